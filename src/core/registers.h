@@ -1,0 +1,107 @@
+// The register file of the core. Words are indexed by the operand numbers of decoded instructions,
+// so that an operand's register id is the array index.
+#pragma once
+
+#include <array>
+#include <ostream>
+
+#include "time/interrupts.h"
+
+
+namespace orvo {
+
+enum RegisterId : unsigned {
+  kNoRegister = 0,
+  kApsrNzcv = 2,
+  kFpscr = 6,
+  kLr = 10,
+  kPc = 11,
+  kSp = 12,  // a placeholder: the stack pointer is banked, nothing is stored here
+  kD0 = 14,  // D0 to D15 alias two S registers each
+  kD15 = 29,
+  kFaultmask = 18,
+  kR0 = 66,
+  kR12 = 78,
+  kS0 = 79,
+  kS31 = 110,
+  kXpsr = 256,
+  kIpsr = 269,
+  kMsp = 272,
+  kPsp = 273,
+  kPrimask = 274,
+  kBasepri = 275,
+  kControl = 278,
+  kRegisterCount = 282,
+};
+
+namespace xpsr {
+inline constexpr unsigned kN = 1u << 31;
+inline constexpr unsigned kZ = 1u << 30;
+inline constexpr unsigned kC = 1u << 29;
+inline constexpr unsigned kV = 1u << 28;
+inline constexpr unsigned kQ = 1u << 27;
+inline constexpr unsigned kThumb = 1u << 24;
+inline constexpr unsigned kExceptionNumber = 0x1ff;
+constexpr unsigned Ge(unsigned lane) { return 1u << (16 + lane); }
+}  // namespace xpsr
+
+namespace control {
+inline constexpr unsigned kUnprivileged = 1u << 0;  // nPRIV
+inline constexpr unsigned kProcessStack = 1u << 1;  // SPSEL
+inline constexpr unsigned kFpContext = 1u << 2;     // FPCA
+}  // namespace control
+
+class Registers {
+ public:
+  // Back to the state after reset; the lowest stack pointer seen starts over.
+  void init(unsigned pc, unsigned sp);
+
+  unsigned& word(unsigned id) { return words_[id]; }
+  unsigned word(unsigned id) const { return words_[id]; }
+  // Like word(), with the banked stack pointer for id 12.
+  unsigned get(unsigned id) const { return id == kSp ? sp() : words_[id]; }
+
+  unsigned& pc() { return words_[kPc]; }
+  unsigned pc() const { return words_[kPc]; }
+  unsigned& lr() { return words_[kLr]; }
+  unsigned& r(unsigned n) { return words_[kR0 + n]; }
+  unsigned& s(unsigned n) { return words_[kS0 + n]; }
+  unsigned& xpsr() { return words_[kXpsr]; }
+  unsigned xpsr() const { return words_[kXpsr]; }
+  unsigned& fpscr() { return words_[kFpscr]; }
+  // The low byte of CONTROL is also what exception entry and return know as the MCU's status:
+  // process stack in use, floating point context active.
+  unsigned& control() { return words_[kControl]; }
+  unsigned control() const { return words_[kControl]; }
+
+  // PSP if CONTROL selects it and the core is in thread mode, otherwise MSP.
+  unsigned sp() const { return words_[SpId()]; }
+  void SetSP(unsigned value) {
+    if (track_sp_min_ && value < sp_min_) sp_min_ = value;
+    words_[SpId()] = value;
+  }
+  // Handler mode, or thread mode with CONTROL bit 0 clear.
+  bool IsPrivileged() const {
+    return Interrupts::mode_ == kHandlerMode || (control() & control::kUnprivileged) == 0;
+  }
+
+  // With --sp on, SetSP() keeps the lowest value.
+  void TrackStackDepth(bool on) { track_sp_min_ = on; }
+  unsigned sp_start() const { return sp_start_; }
+  unsigned sp_min() const { return sp_min_; }
+
+  // "R<id>: 0x<word>" lines for ids 0 to 278.
+  void serializeToFile(std::ostream* stream) const;
+
+ private:
+  unsigned SpId() const {
+    return kMsp + (((control() >> 1) & 1u) & (Interrupts::mode_ == kThreadMode ? 1u : 0u));
+  }
+
+  std::array<unsigned, kRegisterCount> words_{};
+  unsigned sp_min_ = 0;
+  unsigned sp_start_ = 0;
+  bool track_sp_min_ = false;
+};
+
+}  // namespace orvo

@@ -1,0 +1,36 @@
+// The root of everything that the control connection can address: chip blocks and board devices.
+#pragma once
+
+#include <map>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+namespace orvo {
+
+class DataGenerator;
+class Mcu;
+
+class Peripheral {
+ public:
+  explicit Peripheral(Mcu* mcu) : mcu_(mcu) {}
+  // Takes the data generators that the component's "generators" names, field by field.
+  Peripheral(Mcu* mcu, const nlohmann::json& component);
+  Peripheral(const Peripheral&) = delete;
+  Peripheral& operator=(const Peripheral&) = delete;
+  virtual ~Peripheral();
+
+  // Carries out a command of the control connection: "get_value" and "set_value" here.
+  virtual void DoCommand(const nlohmann::json& command);
+
+  Mcu* GetMcu() const { return mcu_; }
+  // The generator of a field, or null if the board didn't name one.
+  DataGenerator* GetDataGenerator(const std::string& field);
+
+ protected:
+  Mcu* mcu_;
+
+ private:
+  std::map<std::string, DataGenerator*> generators_;
+};
+
+}  // namespace orvo

@@ -1,0 +1,122 @@
+// The simulated chip as one object: registers, address space, exceptions, clocks, and the links to
+// the control connection, the wires and the scenario.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "core/my_insn.h"
+#include "core/registers.h"
+#include "memory/memory.h"
+#include "time/clock_manager.h"
+#include "time/interrupts.h"
+#include "time/tick_listener.h"
+
+namespace orvo {
+
+class ConnectionManager;
+class ScenarioFileHandler;
+class WireManager;
+
+class Mcu : public TickListener, public ClockManager {
+ public:
+  // Wires and connection may be null.
+  Mcu(ScenarioFileHandler& scenario, WireManager* wires, ConnectionManager* connection);
+  Mcu(const Mcu&) = delete;
+  Mcu& operator=(const Mcu&) = delete;
+  ~Mcu() override;
+
+  unsigned long OnTick(unsigned long tick) override;
+  // Adds the chip's sections in the order of its memory map.
+  virtual void CreateMemorySections() = 0;
+  virtual void SetFrequency() {}
+  virtual unsigned GetFlashOffset() const { return 0; }
+  virtual unsigned GetSudoStartAddress() const { return 0; }
+  virtual Clock* GetSysTickExternalClock();
+  // Creates sections and board components; families extend it.
+  virtual void start();
+
+  // Memory, then stack pointer and pc from the vector table, then registers and exceptions.
+  void Reset(ResetType type);
+  std::string GetName() const;
+  ConnectionManager* GetConnectionManager() const { return connection_; }
+  WireManager* GetWireManager() const { return wires_; }
+  ScenarioFileHandler& GetScenario() const { return scenario_; }
+  SourceClock& clock() { return *clock_; }
+  Registers& registers() { return registers_; }
+  Memory& memory() { return memory_; }
+  Interrupts& interrupts() { return *interrupts_; }
+
+  bool isPending(int interrupt_number) const;
+  void setEnabled(int interrupt_number, bool enabled);
+  void ReloadInterrupts(unsigned vector_table_base);
+  // Registers, then every section: the dump at a stop point.
+  void serializeToFile(std::ostream* stream);
+  unsigned GetProgramFlashSizeKB() const;
+  bool IsPrevilegedMode() const { return registers_.IsPrivileged(); }
+  bool IsVFPEnabled();
+
+  // Nanoseconds of virtual time: truncated; since SetRelativeTime(); in double precision.
+  unsigned long GetTimeNs() const;
+  unsigned long GetTimeNsRelative() const;
+  void SetRelativeTime();
+  double GetDeviceTime() const;
+  void PrintCPUTime() const;
+
+  void Stop();
+  void PauseCommand(bool respond);
+  void Pause();
+  void Resume(bool respond);
+  void InternalResume(bool respond);
+  void PausedMcyByDebugger();
+  void ResumeMcuByDebugger();
+  bool IsPauseState() const;
+  void AttachToTick();
+
+  // Services of the instructions bkpt, wfe and sev.
+  void Bkpt(unsigned long value);
+  void WaitForEvent();
+  void SendEvent();
+  void SetEventHappened(bool happened) { event_happened_ = happened; }
+
+  void SendMcuInterruptPacket(const std::string& name);
+  void SendMcuResumedPacket(bool respond);
+
+  // The frame of exception entry and return (ARMv7-M ARM, B1.5.6), without floating point.
+  void pushValueToStack(unsigned value);
+  unsigned popValueFromStack();
+  void backupRegisters(int priority);
+  void restoreRegisters(bool floating_point);
+
+  // The slots that the decode tables live in; core/ fills them, the run loop reads them.
+  my_insn_t* current_instruction = nullptr;
+  Function* pc_offset_2_arm_function = nullptr;
+  my_insn_t* pc_offset_2_my_insn_struct = nullptr;
+
+ protected:
+  void SetInterrupts(std::unique_ptr<Interrupts> interrupts) {
+    interrupts_ = std::move(interrupts);
+  }
+
+ private:
+  unsigned long FrequencyOfCore() const;
+
+  SourceClock* clock_;
+  Registers registers_;
+  Memory memory_;
+  std::unique_ptr<Interrupts> interrupts_;
+  ConnectionManager* connection_;
+  WireManager* wires_;
+  ScenarioFileHandler& scenario_;
+  bool event_happened_ = false;
+  std::atomic<bool> pause_requested_{false};
+  std::atomic<bool> paused_by_debugger_{false};
+  std::atomic<bool> stop_requested_{false};
+  std::atomic<bool> respond_on_pause_{false};
+  std::atomic<bool> respond_on_resume_{false};
+  std::atomic<bool> tick_attached_{false};
+  unsigned long relative_time_origin_ticks_ = 0;
+};
+
+}  // namespace orvo

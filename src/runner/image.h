@@ -1,0 +1,32 @@
+// Firmware files: raw binaries and Intel HEX, read as a sequence of (address, word) pairs.
+#pragma once
+
+#include <fstream>
+#include <memory>
+#include <string>
+
+namespace orvo {
+
+class Image {
+ public:
+  Image(std::string path, unsigned flash_base);
+  virtual ~Image() = default;
+
+  // Picks the class by the last four characters, ".bin" or ".hex"; throws UserError otherwise.
+  static std::unique_ptr<Image> CreateImage(const std::string& path, unsigned flash_base);
+
+  // Opens the file; throws UserError when it can't.
+  virtual void Load();
+  // Goes to the first pair.
+  virtual void StartRead() = 0;
+  // Gives the next word and its absolute address; false at the end.
+  virtual bool GetNextData(unsigned* address, unsigned* value) = 0;
+  virtual void Close();
+
+ protected:
+  std::string path_;
+  std::ifstream stream_;
+  unsigned flash_base_;
+};
+
+}  // namespace orvo

@@ -1,0 +1,92 @@
+// Virtual time: a tick count, and the listeners that wait for a tick of it.
+// An idle clock costs two comparisons per tick: the count against the earliest listener and
+// against the earliest service function.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+#include "time/service_tick_function.h"
+#include "time/tick_listener.h"
+
+namespace orvo {
+
+class Clock {
+ public:
+  static constexpr unsigned long kNever = ~0ul;
+
+  explicit Clock(std::string name) : service_(&tick_count_), name_(std::move(name)) {}
+  Clock(const Clock&) = delete;
+  Clock& operator=(const Clock&) = delete;
+  virtual ~Clock() = default;
+
+  // The current tick. A derived clock brings its count up to date first.
+  virtual unsigned long TickCount() { return ticks(); }
+  // Schedules at an absolute tick; a tick that has passed fires at the next step. Among equal
+  // ticks the first attached fires first. Throws OrvoError if the listener waits already.
+  // Any thread.
+  virtual void AttachToTick(unsigned long tick, TickListener* listener, bool by_time);
+  // Silent if the listener isn't attached. Any thread.
+  virtual void DetachFromTick(TickListener* listener);
+  virtual unsigned long GetFrequency() = 0;  // hertz
+  virtual void SetFrequency(unsigned long frequency_hz);
+
+  // Schedules after a delay in virtual time that survives changes of the frequency. Any thread.
+  void AttachToTime(unsigned long nanoseconds, TickListener* listener);
+  // Advances by `ticks` steps and calls what becomes due at each; nothing below 1.
+  void Tickrement(int ticks);
+  // One step of the run loop: no virtual call, and none at all while nothing is due.
+  void AdvanceOneTick() {
+    const unsigned long tick = ticks() + 1;
+    tick_count_.store(tick, std::memory_order_relaxed);
+    if (tick >= next_listener_tick_.load(std::memory_order_relaxed)) HandleSelfTickListeners();
+  }
+  bool ServiceIsDue() const { return service_.next_due_tick() <= ticks(); }
+  // Calls every due listener, those that become due meanwhile included.
+  void HandleSelfTickListeners();
+  // Listeners, then service functions.
+  void HandleTickListeners();
+  void CalcNextTick();
+
+  unsigned long ticks() const { return tick_count_.load(std::memory_order_relaxed); }
+  ServiceTickFunction& service() { return service_; }
+  const std::string& name() const { return name_; }
+
+ protected:
+  struct Waiting {
+    TickListener* listener;
+    bool by_time;
+  };
+  using Listeners = std::multimap<unsigned long, Waiting>;
+
+  unsigned long next_listener_tick() const {
+    return next_listener_tick_.load(std::memory_order_relaxed);
+  }
+  // Moves the listeners that were attached by time to the same distance in time.
+  void UpdateAttachToTimeListeners(unsigned long new_hz, unsigned long old_hz);
+
+  std::atomic<unsigned long> next_listener_tick_{kNever};
+  std::atomic<unsigned long> tick_count_{0};
+  ServiceTickFunction service_;
+  std::string name_;
+  Listeners listeners_;
+  std::unordered_map<TickListener*, Listeners::iterator> place_of_;
+  std::mutex listener_lock_;
+  std::atomic<unsigned long> frequency_hz_{0};
+  bool enabled_ = true;
+
+ private:
+  void UpdateNextListenerTick();  // lock held
+};
+
+// The clock that the instruction loop advances.
+class SourceClock : public Clock {
+ public:
+  using Clock::Clock;
+  unsigned long GetFrequency() override { return frequency_hz_.load(std::memory_order_relaxed); }
+};
+
+}  // namespace orvo

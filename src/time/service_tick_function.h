@@ -1,0 +1,48 @@
+// One-shot and repeating callbacks in virtual time, which plug-ins reach.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <unordered_map>
+
+namespace orvo {
+
+struct GoFunctionData {
+  unsigned long interval_ns = ~0ul;  // all ones: one-shot
+  std::function<void(int)> function;
+  bool repeat = false;
+  int id = 0;
+};
+
+class ServiceTickFunction {
+ public:
+  explicit ServiceTickFunction(const std::atomic<unsigned long>* tick) : tick_(tick) {}
+
+  // Schedules a call in `nanoseconds`; returns the id used, a fresh one for id 0. Any thread.
+  int GoFunction(unsigned long nanoseconds, const std::function<void(int)>& function, bool repeat,
+                 int id);
+  // Throws OrvoError for an unknown id. Any thread.
+  GoFunctionData CancelFunction(int id);
+  // Calls all that is due at the tick. Simulation thread.
+  void HandleTickListeners(unsigned long tick);
+  // Earliest key, all ones when there is none.
+  unsigned long next_due_tick() const { return next_due_tick_.load(std::memory_order_relaxed); }
+  void CalcNextTick();
+
+ private:
+  using Functions = std::multimap<unsigned long, GoFunctionData>;
+
+  void UpdateNextDueTick();  // lock held
+  void Schedule(unsigned long nanoseconds, GoFunctionData data);
+
+  std::atomic<unsigned long> next_due_tick_{~0ul};
+  const std::atomic<unsigned long>* tick_;
+  int last_id_ = 0;
+  std::mutex lock_;
+  Functions functions_;
+  std::unordered_map<int, Functions::iterator> index_;
+};
+
+}  // namespace orvo
