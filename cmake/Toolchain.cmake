@@ -6,8 +6,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
 # -ffp-contract=off: a multiply and an add of the simulated FPU must stay two roundings.
-add_compile_options(-Wall -Wextra -Werror -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual=1
-                    -ffp-contract=off -fno-omit-frame-pointer)
+add_compile_options(-Wall -Wextra -Werror -Wshadow -ffp-contract=off -fno-omit-frame-pointer
+                    "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>")
 if(ORVO_ASSERTIONS)
   string(REPLACE "-DNDEBUG" "" CMAKE_CXX_FLAGS_RELWITHDEBINFO "${CMAKE_CXX_FLAGS_RELWITHDEBINFO}")
 endif()
@@ -22,8 +22,7 @@ endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
-  # The sloppiness lets ccache serve translation units that use the precompiled header.
+  # Objects don't depend on the build directory, so that presets and clones share the cache.
   set(CMAKE_CXX_COMPILER_LAUNCHER
-      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
-  add_compile_options(-fpch-preprocess)
+      ${CMAKE_COMMAND} -E env CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=time_macros ${CCACHE})
 endif()

@@ -12,7 +12,7 @@ namespace orvo {
 
 enum RegisterId : unsigned {
   kNoRegister = 0,
-  kApsrNzcv = 2,
+  kApsrNzcv = 2,  // destination of `vmrs apsr_nzcv, fpscr`
   kFpscr = 6,
   kLr = 10,
   kPc = 11,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
@@ -12,14 +13,16 @@ class Mcu;
 
 class Peripheral {
  public:
-  explicit Peripheral(Mcu* mcu) : mcu_(mcu) {}
-  // Takes the data generators that the component's "generators" names, field by field.
+  explicit Peripheral(Mcu* mcu);
+  // Takes the data generators that the component's "generators" names, field by field. Throws
+  // UserError for an id that the scenario doesn't have.
   Peripheral(Mcu* mcu, const nlohmann::json& component);
   Peripheral(const Peripheral&) = delete;
   Peripheral& operator=(const Peripheral&) = delete;
   virtual ~Peripheral();
 
-  // Carries out a command of the control connection: "get_value" and "set_value" here.
+  // Carries out a command of the control connection: "get_value" and "set_value" here, anything
+  // else is ignored. Throws UserError for a malformed command.
   virtual void DoCommand(const nlohmann::json& command);
 
   Mcu* GetMcu() const { return mcu_; }
@@ -30,7 +33,12 @@ class Peripheral {
   Mcu* mcu_;
 
  private:
+  void GetValue(const std::string& field);
+  void SetValue(const std::string& field, const std::string& text);
+
   std::map<std::string, DataGenerator*> generators_;
+  // The generators of "set_value", by field.
+  std::map<std::string, std::unique_ptr<DataGenerator>> constants_;
 };
 
 }  // namespace orvo

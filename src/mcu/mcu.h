@@ -4,7 +4,10 @@
 
 #include <atomic>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include "core/my_insn.h"
 #include "core/registers.h"
@@ -17,6 +20,7 @@ namespace orvo {
 
 class ConnectionManager;
 class ScenarioFileHandler;
+class SystemControlBlockHandler;
 class WireManager;
 
 class Mcu : public TickListener, public ClockManager {
@@ -27,6 +31,7 @@ class Mcu : public TickListener, public ClockManager {
   Mcu& operator=(const Mcu&) = delete;
   ~Mcu() override;
 
+  // Takes a pause that was asked for.
   unsigned long OnTick(unsigned long tick) override;
   // Adds the chip's sections in the order of its memory map.
   virtual void CreateMemorySections() = 0;
@@ -36,6 +41,8 @@ class Mcu : public TickListener, public ClockManager {
   virtual Clock* GetSysTickExternalClock();
   // Creates sections and board components; families extend it.
   virtual void start();
+  // Keeps a device of the board for as long as the chip lives; returns it.
+  Peripheral* AddDevice(std::unique_ptr<Peripheral> device);
 
   // Memory, then stack pointer and pc from the vector table, then registers and exceptions.
   void Reset(ResetType type);
@@ -62,20 +69,26 @@ class Mcu : public TickListener, public ClockManager {
   unsigned long GetTimeNsRelative() const;
   void SetRelativeTime();
   double GetDeviceTime() const;
+  // On standard output: minutes, seconds and microseconds of a 64 MHz clock, "0:01.500000".
   void PrintCPUTime() const;
 
+  // The flags of these are all that other threads touch; the pause itself is taken on the
+  // simulation thread, between two instructions. `respond`: the client waits for an answer.
   void Stop();
   void PauseCommand(bool respond);
-  void Pause();
   void Resume(bool respond);
   void InternalResume(bool respond);
   void PausedMcyByDebugger();
   void ResumeMcuByDebugger();
   bool IsPauseState() const;
+  // Asks for OnTick at the next step of the clock.
   void AttachToTick();
+  // Returns when the pause is over. The clock stands, but what is due at its tick is served.
+  void Pause();
 
   // Services of the instructions bkpt, wfe and sev.
   void Bkpt(unsigned long value);
+  // Lets time pass without instructions until an event happened or the run is stopped.
   void WaitForEvent();
   void SendEvent();
   void SetEventHappened(bool happened) { event_happened_ = happened; }
@@ -84,9 +97,12 @@ class Mcu : public TickListener, public ClockManager {
   void SendMcuResumedPacket(bool respond);
 
   // The frame of exception entry and return (ARMv7-M ARM, B1.5.6), without floating point.
+  // Both move the stack pointer in use.
   void pushValueToStack(unsigned value);
   unsigned popValueFromStack();
+  // Stacks the frame of an exception of the priority and leaves the EXC_RETURN value in lr.
   void backupRegisters(int priority);
+  // Unstacks it; CONTROL.FPCA becomes `floating_point`.
   void restoreRegisters(bool floating_point);
 
   // The slots that the decode tables live in; core/ fills them, the run loop reads them.
@@ -100,7 +116,11 @@ class Mcu : public TickListener, public ClockManager {
   }
 
  private:
-  unsigned long FrequencyOfCore() const;
+  unsigned ExceptionReturnValue() const;
+  unsigned long NanosecondsOf(unsigned long ticks) const;
+  void SendEventPacket(const nlohmann::json& event);
+  void SendResponse(const nlohmann::json& response);
+  void ResizeFromConfiguration(const char* section, const char* key);
 
   SourceClock* clock_;
   Registers registers_;
@@ -117,6 +137,9 @@ class Mcu : public TickListener, public ClockManager {
   std::atomic<bool> respond_on_resume_{false};
   std::atomic<bool> tick_attached_{false};
   unsigned long relative_time_origin_ticks_ = 0;
+  unsigned pause_poll_interval_us_ = 100'000;  // host time
+  SystemControlBlockHandler* scb_ = nullptr;   // looked up at the first sev
+  std::vector<std::unique_ptr<Peripheral>> devices_;
 };
 
 }  // namespace orvo

@@ -89,6 +89,12 @@ class Memory : public Observer<MemoryNotification> {
     }
   }
 
+  // Host address of a range of RAM that is served straight from its bytes, null if the range isn't
+  // all there: for register lists.
+  unsigned char* RamBytes(unsigned address, unsigned length_bytes) const {
+    return ram_.HoldsBytes(address, length_bytes) ? ram_.bytes + (address - ram_.start) : nullptr;
+  }
+
   // Stores bytes one at a time, without notification.
   void setBuffer(unsigned address, const unsigned char* bytes, unsigned long length);
 
@@ -142,9 +148,12 @@ class Memory : public Observer<MemoryNotification> {
     unsigned long size = 0;
     unsigned char* bytes = nullptr;
 
+    bool HoldsBytes(unsigned address, unsigned length_bytes) const {
+      return static_cast<unsigned long>(address - start) + length_bytes <= size;
+    }
     template <class T>
     bool Holds(unsigned address) const {
-      return static_cast<unsigned long>(address - start) + sizeof(T) <= size;
+      return HoldsBytes(address, sizeof(T));
     }
     template <class T>
     T Load(unsigned address) const {
@@ -163,10 +172,21 @@ class Memory : public Observer<MemoryNotification> {
   template <class T, bool notify>
   void WriteElsewhere(unsigned address, T value);
   MemorySection* SectionByName(const std::string& name) const;
+  static Window WindowOf(const MemorySection* section);
+  // The section "Data RAM" or "Flash" if the address lies in it, otherwise null.
+  MemorySection* RamOrFlash(unsigned address) const;
   template <class T>
-  Shortcuts& ReadShortcuts();
+  Shortcuts& ReadShortcuts() {
+    if constexpr (sizeof(T) == sizeof(unsigned)) return read_word_;
+    if constexpr (sizeof(T) == sizeof(unsigned short)) return read_half_word_;
+    if constexpr (sizeof(T) == sizeof(unsigned char)) return read_byte_;
+  }
   template <class T>
-  Shortcuts& WriteShortcuts();
+  Shortcuts& WriteShortcuts() {
+    if constexpr (sizeof(T) == sizeof(unsigned)) return write_word_;
+    if constexpr (sizeof(T) == sizeof(unsigned short)) return write_half_word_;
+    if constexpr (sizeof(T) == sizeof(unsigned char)) return write_byte_;
+  }
 
   Window ram_;
   Window flash_;

@@ -2,6 +2,8 @@
 // peripherals, aliases and protected flash derive from it.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
@@ -85,17 +87,31 @@ class MemorySection : public Peripheral {
   spdlog::logger& log();
 
  private:
+  // How many bytes of a T at the offset exist.
+  template <class T>
+  size_t Within(unsigned offset) const {
+    if (offset >= size_ || bytes_ == nullptr) return 0;
+    return std::min<size_t>(sizeof(T), size_ - offset);
+  }
   template <class T>
   T Load(unsigned offset) const {
     T value = 0;
-    if (offset < size_ && bytes_ != nullptr)
-      std::memcpy(&value, bytes_.get() + offset, std::min<size_t>(sizeof(T), size_ - offset));
+    const size_t length = Within<T>(offset);
+    if (length == sizeof(T)) {
+      std::memcpy(&value, bytes_.get() + offset, sizeof(T));
+    } else {
+      std::memcpy(&value, bytes_.get() + offset, length);
+    }
     return value;
   }
   template <class T>
   void Store(unsigned offset, T value) {
-    if (offset < size_ && bytes_ != nullptr)
-      std::memcpy(bytes_.get() + offset, &value, std::min<size_t>(sizeof(T), size_ - offset));
+    const size_t length = Within<T>(offset);
+    if (length == sizeof(T)) {
+      std::memcpy(bytes_.get() + offset, &value, sizeof(T));
+    } else {
+      std::memcpy(bytes_.get() + offset, &value, length);
+    }
   }
 
   unsigned size_;

@@ -20,8 +20,10 @@ struct RegisterData {
   RegisterAccessor accessor;
 };
 
-// Numbers of a block's interrupts by name, and the block's part of the board configuration.
+// Numbers of a block's interrupts by name.
 using InterruptMap = std::map<std::string, unsigned>;
+// Throws OrvoError for a name that the map doesn't have: a mistake in the chip's map.
+int InterruptNumberOf(const InterruptMap& interrupts, const std::string& name);
 // Byte offset to value after reset.
 using ResetValues = std::map<unsigned, unsigned>;
 
@@ -39,7 +41,7 @@ class PeripheralMemory : public MemorySection {
   void Reset(ResetType type) override;
 
   // Takes over the table. `table_length` is the number of byte offsets that may hold a register;
-  // two rows at one offset are a programming error.
+  // throws OrvoError when two rows stand at one offset.
   void SetRegisters(std::vector<RegisterData>& rows, unsigned table_length);
   // Values at offsets without a register have no effect. Runs a Reset of type 0.
   void SetResetValues(const ResetValues& values);
@@ -56,6 +58,7 @@ class PeripheralMemory : public MemorySection {
   const RegisterData* ReadableRow(unsigned offset);
   template <class T>
   const RegisterData* WritableRow(unsigned offset);
+  bool IsReadOnly(unsigned offset, unsigned size_bits) const;
 
   std::vector<RegisterData> rows_;
   // Number of the row at each byte offset plus 1, 0 for none.

@@ -1,8 +1,10 @@
 // The process-wide signal bus: five channels through which parts that don't know each other meet.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <nlohmann/json_fwd.hpp>
 #include <utility>
@@ -13,8 +15,8 @@ namespace orvo {
 
 class ArgsManager;
 
-// An ordered list of listeners. Connect() and emit() may be called from any thread; listeners run
-// on the thread that emits, in the order of their ids, without the lock held.
+// An ordered list of listeners. All operations may be called from any thread; listeners run on the
+// thread that emits, in the order of their ids. One listener never runs on two threads at a time.
 template <class T>
 class Signal {
  public:
@@ -23,29 +25,60 @@ class Signal {
   // Returns the id, which Disconnect() takes.
   int Connect(Listener listener) {
     const std::lock_guard lock(mutex_);
-    listeners_.emplace(next_id_, std::move(listener));
+    auto slots = std::make_shared<Slots>(*slots_);
+    slots->emplace(next_id_, std::make_shared<Slot>(std::move(listener)));
+    slots_ = std::move(slots);
     return next_id_++;
   }
 
+  // Afterwards the listener doesn't run any more: waits for a call on another thread to end.
   // Unknown ids are ignored.
   void Disconnect(int id) {
-    const std::lock_guard lock(mutex_);
-    listeners_.erase(id);
+    std::shared_ptr<Slot> slot;
+    {
+      const std::lock_guard lock(mutex_);
+      const auto found = slots_->find(id);
+      if (found == slots_->end()) return;
+      slot = found->second;
+      auto slots = std::make_shared<Slots>(*slots_);
+      slots->erase(id);
+      slots_ = std::move(slots);
+    }
+    const std::lock_guard running(slot->running);
+    slot->connected = false;
   }
 
   void emit(T value) {
-    std::map<int, Listener> listeners;
+    emitted_ = true;
+    std::shared_ptr<const Slots> slots;
     {
       const std::lock_guard lock(mutex_);
-      listeners = listeners_;
+      slots = slots_;
     }
-    for (auto& [id, listener] : listeners) listener(value);
+    for (const auto& [id, slot] : *slots) {
+      const std::lock_guard running(slot->running);
+      if (slot->connected) slot->listener(value);
+    }
   }
 
+  // Whether emit() was called before: for those who may have come too late to be told.
+  bool WasEmitted() const { return emitted_; }
+
  private:
-  std::map<int, Listener> listeners_;
+  struct Slot {
+    explicit Slot(Listener called) : listener(std::move(called)) {}
+    Listener listener;
+    bool connected = true;
+    // Recursive: a listener may emit the same signal again, and disconnect itself.
+    std::recursive_mutex running;
+  };
+  using Slots = std::map<int, std::shared_ptr<Slot>>;
+
+  // Replaced, never changed: emit() goes on with what it found.
+  std::shared_ptr<const Slots> slots_ = std::make_shared<Slots>();
   int next_id_ = 0;
   std::mutex mutex_;
+  std::atomic<bool> emitted_{false};
 };
 
 // Keeps one listener connected for as long as this object lives, so that no signal outlives the
@@ -74,11 +107,11 @@ class Connection {
 
 class OrvoSignals {
  public:
-  Signal<int> terminate;                           // carries the exit code
-  Signal<ArgsManager&> options_parsed;             // once, after the Program was built
-  Signal<const nlohmann::json&> send_json_message; // ConnectionManager::SendJsonMessage
-  Signal<const nlohmann::json&> send_json_event;   // ConnectionManager::SendJsonEvent
-  Signal<int> raise_interrupt;                     // interrupt number, Interrupts::RaiseInterrupt
+  Signal<int> terminate;                            // carries the exit code
+  Signal<ArgsManager&> options_parsed;              // once, after the Program was built
+  Signal<const nlohmann::json&> send_json_message;  // ConnectionManager::SendJsonMessage
+  Signal<const nlohmann::json&> send_json_event;    // ConnectionManager::SendJsonEvent
+  Signal<int> raise_interrupt;                      // interrupt number, Interrupts::RaiseInterrupt
 
   static OrvoSignals& Get() { return ISingelton<OrvoSignals>::GetInstance(); }
 };

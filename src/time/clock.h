@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "time/service_tick_function.h"
 #include "time/tick_listener.h"
@@ -32,6 +33,7 @@ class Clock {
   // Silent if the listener isn't attached. Any thread.
   virtual void DetachFromTick(TickListener* listener);
   virtual unsigned long GetFrequency() = 0;  // hertz
+  // By-time listeners keep their distance in time, the others their tick.
   virtual void SetFrequency(unsigned long frequency_hz);
 
   // Schedules after a delay in virtual time that survives changes of the frequency. Any thread.
@@ -61,6 +63,7 @@ class Clock {
     bool by_time;
   };
   using Listeners = std::multimap<unsigned long, Waiting>;
+  using Places = std::unordered_map<TickListener*, Listeners::iterator>;
 
   unsigned long next_listener_tick() const {
     return next_listener_tick_.load(std::memory_order_relaxed);
@@ -73,13 +76,19 @@ class Clock {
   ServiceTickFunction service_;
   std::string name_;
   Listeners listeners_;
-  std::unordered_map<TickListener*, Listeners::iterator> place_of_;
+  Places place_of_;
   std::mutex listener_lock_;
   std::atomic<unsigned long> frequency_hz_{0};
   bool enabled_ = true;
 
  private:
   void UpdateNextListenerTick();  // lock held
+  void Insert(unsigned long tick, TickListener* listener, bool by_time);  // lock held
+  void Remove(Places::iterator place);                                    // lock held
+
+  // Nodes of listeners that wait no more: a clock in steady use allocates nothing.
+  std::vector<Listeners::node_type> spare_listeners_;
+  std::vector<Places::node_type> spare_places_;
 };
 
 // The clock that the instruction loop advances.

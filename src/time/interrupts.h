@@ -1,6 +1,9 @@
 // The exception engine of the Cortex-M4 (ARMv7-M ARM, B1.5): table of exceptions, pending queue,
 // arbitration, entry and return. Interrupt numbers are those of CMSIS (external from 0 up, system
 // exceptions negative); exception number = interrupt number + 16, as in IPSR.
+// Deliberate simplifications: no tail-chaining and no late arrival (a return always unstacks, the
+// next exception stacks anew), S0 to S15 are never stacked, and only the running exception is
+// compared for preemption.
 #pragma once
 
 #include <array>
@@ -45,7 +48,8 @@ class Interrupts {
   Interrupts(Mcu* mcu, int external_count);
   virtual ~Interrupts() = default;
 
-  // The way in for peripherals. Returns whether the pending state changed.
+  // The way in for peripherals. Returns whether the pending state changed. Numbers beyond the
+  // table, 240 and up, do nothing in any operation.
   bool RaiseInterrupt(int interrupt_number, bool pending);
   bool SetPending(int interrupt_number, bool pending);
   bool IsPending(int interrupt_number) const;
@@ -61,12 +65,14 @@ class Interrupts {
   // Arbitration and entry; returns whether an exception was taken. Does nothing while no exception
   // waits, which callers test first with *pending_empty().
   bool ExecuteInterruptIfNeeded();
-  // Exception return, if pc holds a return value.
+  // Exception return, if pc holds a return value. Throws OrvoError in thread mode and for a value
+  // that names no mode.
   void ReturnFromInterruptIfNeeded();
   void Reset();
   // Fills the table for a vector table at the address; families add their external interrupts.
   virtual void LoadInterrupts(unsigned vector_table_base);
   int ExceptionActiveCount() const;
+  // Empty for a number above 255.
   std::string GetInterruptName(unsigned exception_number) const;
   int external_count() const { return external_count_; }
 
@@ -75,6 +81,10 @@ class Interrupts {
   // True while no exception waits in the pending queue; the run loop reads it before each
   // instruction.
   const bool* pending_empty() const { return &pending_empty_; }
+
+  // The decoder keeps an IT state of its own, by order of decoding: `forget` is called after an
+  // entry and a reset, `restore` after a return, with the IT byte of the restored xPSR.
+  static void SetDecoderHooks(void (*forget)(), void (*restore)(unsigned it_state));
 
   // The ICSR value lives at an offset of its own; the register's getter composes from it.
   static void SetICSR(Mcu* mcu, unsigned value);
@@ -88,25 +98,32 @@ class Interrupts {
   void AddExternal(int interrupt_number, const char* name);
 
  private:
+  static bool Exists(int interrupt_number);
   ExceptionRecord& Record(int interrupt_number);
   const ExceptionRecord& Record(int interrupt_number) const;
+  void EscalateFault(int interrupt_number);
   bool PassesMasks(int priority) const;
   bool PreemptsRunning(int priority) const;
-  int Group(int priority) const;
+  static int Group(int priority, unsigned prigroup);
+  bool StandsBefore(unsigned a, unsigned b) const;
   void EmplacePendingInterrupt(unsigned exception_number);
   void RemovePendingInterrupt(unsigned exception_number);
+  void PopPendingInterrupt(unsigned exception_number);
   void SetPendingInSCB();
+  void HandlerIsMissing(unsigned exception_number);
   void EnterException(unsigned exception_number, unsigned handler);
   void IntegrityChecksFailed();
-  void PopStack();
-  bool StandsBefore(unsigned a, unsigned b) const;
+  bool ThreadIsAllowed() const;
+  bool PopStack();
+  void ForgetItState();
+  MemorySection& Scb() const;
 
   bool pending_empty_ = true;
   Mcu* mcu_;
   std::array<ExceptionRecord, 256> records_;
   unsigned vector_table_base_ = 0;
   std::vector<unsigned> pending_;  // exception numbers, a binary heap
-  MemorySection* scb_ = nullptr;
+  mutable MemorySection* scb_ = nullptr;
   std::ostream* trace_ = nullptr;
   int external_count_;
   Connection<int> raise_connection_;

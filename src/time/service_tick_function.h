@@ -10,7 +10,9 @@
 namespace orvo {
 
 struct GoFunctionData {
-  unsigned long interval_ns = ~0ul;  // all ones: one-shot
+  static constexpr unsigned long kOneShot = ~0ul;
+
+  unsigned long interval_ns = kOneShot;
   std::function<void(int)> function;
   bool repeat = false;
   int id = 0;
@@ -35,7 +37,9 @@ class ServiceTickFunction {
   using Functions = std::multimap<unsigned long, GoFunctionData>;
 
   void UpdateNextDueTick();  // lock held
-  void Schedule(unsigned long nanoseconds, GoFunctionData data);
+  // Takes an id for data without one. Returns the id. Lock held.
+  int Schedule(unsigned long tick, GoFunctionData data);
+  unsigned long TickAfter(unsigned long nanoseconds) const;
 
   std::atomic<unsigned long> next_due_tick_{~0ul};
   const std::atomic<unsigned long>* tick_;

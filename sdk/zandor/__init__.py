@@ -1,0 +1,1 @@
+"""Host-side SDK of the Orvo simulator: boards that come with it, and how to find them."""

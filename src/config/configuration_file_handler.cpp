@@ -1,0 +1,45 @@
+// Loading and merging the board files.
+#include "config/configuration_file_handler.h"
+
+#include <fstream>
+
+#include "runner/errors.h"
+#include "runner/logger.h"
+
+namespace orvo {
+
+void ConfigurationFileHandler::Init(const std::string& platform, ScenarioFileHandler* scenario,
+                                    const std::string& executable_path) {
+  logger::debug("ConfigurationFileHandler") << "Init";
+  names_.clear();
+  InitConfigFromDefault(platform, executable_path);
+  for (const char* file : {"board.json", "bsp.json"}) {
+    if (!std::ifstream(file)) continue;
+    InitConfigFromBoardDotJson(file, scenario);
+    break;
+  }
+}
+
+void ConfigurationFileHandler::InitConfigFromDefault(const std::string& platform,
+                                                     const std::string& executable_path) {
+  const std::string path = GetBoardJsonPath(platform, executable_path);
+  if (!std::ifstream(path)) {
+    throw OrvoError("ConfigurationFileHandler: Can't load default configuration: " + path);
+  }
+  document_ = ReadJsonFile(path);
+  file_ = path;
+  InitPinsConfig(platform);
+}
+
+void ConfigurationFileHandler::InitConfigFromBoardDotJson(const std::string& file,
+                                                          ScenarioFileHandler* scenario) {
+  if (!std::ifstream(file)) return;
+  RemoveDefaultComponents();
+  const nlohmann::json board = ReadJsonFile(file);
+  file_ = file;
+  const JsonPlace root(board, file);
+  InitComponents(root);
+  InitDataGenerators(root, scenario);
+}
+
+}  // namespace orvo

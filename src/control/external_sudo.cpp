@@ -1,0 +1,2 @@
+#define DEFINE_REGISTER_CLASSES
+#include "control/external_sudo.h"

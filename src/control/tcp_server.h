@@ -1,0 +1,81 @@
+// A TCP server for one client at a time, with a thread that accepts and reads.
+// The thread never lets an exception out: what ends it is logged, and ends the run with exit code 1.
+#pragma once
+
+#include <sys/select.h>
+#include <sys/time.h>
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "runner/orvo_signals.h"
+
+namespace orvo {
+
+class TcpServer {
+ public:
+  // Stops with the run: listens to the termination channel.
+  TcpServer();
+  TcpServer(const TcpServer&) = delete;
+  TcpServer& operator=(const TcpServer&) = delete;
+  // Derived classes call Join() in their own destructors, before what ClientHandler() uses is gone.
+  virtual ~TcpServer();
+
+  // Serves one client, on the server's thread, until it leaves or the server stops.
+  virtual void ClientHandler() = 0;
+
+  // Listens on all addresses; port 0 takes a free one. Both return the port. Throws UserError if
+  // the port is taken and OrvoError for any other failure.
+  unsigned short CreateSocket(unsigned short port);
+  unsigned short StartServer(unsigned short port);
+  // Ends all waits soon. Any thread.
+  void Stop() { running_.store(false); }
+  bool IsRunning() const { return running_.load(std::memory_order_relaxed); }
+  // Stops, waits for the thread and closes the client's socket.
+  void Join();
+
+  // Whether somebody hears what is sent. Any thread.
+  bool HasClient() const { return client_socket_.load(std::memory_order_relaxed) != 0; }
+
+  // Reads until n bytes are there. Returns n, 0 for no bytes or a stopped server, -1 for a client
+  // that has left. Server's thread.
+  long ReadExactAmount(void* buffer, unsigned long n);
+  // One read of at most n bytes, once there is something. Returns its length, or as above. Throws
+  // OrvoError if the wait fails.
+  long Read(void* buffer, unsigned long n);
+  // Writes all bytes, or as many as a client takes that leaves meanwhile. Waits for a client that
+  // doesn't read. Packets of several threads don't mix. Any thread.
+  void SendPacket(const char* data, long n);
+
+ protected:
+  // Arms the set with the client socket and a time-out of 1000 microseconds. Throws OrvoError for
+  // null.
+  void SetSelectParams(fd_set* set, timeval* timeout);
+  // Number of the client that is being read from, counted from 1; 0 when there is none. Any thread.
+  unsigned ServedClient() const { return served_client_.load(); }
+
+ private:
+  void StartAccepting();
+  void AcceptClients();
+  void ServeClient(int socket);
+  void CloseClient();
+  // Nothing to do here: SIGPIPE is ignored by the whole process, and no send asks for it.
+  void DisableSIGPIPE() {}
+
+  // Where to send, 0 when nobody hears it. A client that has closed only its own side still does.
+  std::atomic<int> client_socket_{0};
+  std::atomic<bool> running_{true};
+  bool closed_by_peer_ = false;  // server's thread
+  int listening_socket_ = -1;
+  std::thread accepting_;
+  // The client's socket for as long as it is open, otherwise 0. Server's thread, and Join().
+  int open_socket_ = 0;
+  unsigned client_count_ = 0;
+  std::atomic<unsigned> served_client_{0};
+  // Held while a socket is written to, closed, or shut down from another thread.
+  std::mutex socket_mutex_;
+  Connection<int> terminate_connection_;
+};
+
+}  // namespace orvo

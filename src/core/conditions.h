@@ -1,0 +1,21 @@
+// Condition codes (ARMv7-M ARM, A7.3), numbered as the disassembler does: 1 EQ .. 14 LE, 15 AL,
+// 0 for none.
+#pragma once
+
+#include "core/globals.h"
+#include "core/registers.h"
+
+namespace orvo {
+
+// For each value of the flags NZCV (N highest) a bit that tells whether the condition holds.
+// Decoding stores the mask in the record, so that execution only picks a bit.
+// Throws OrvoError for a cc above 15.
+unsigned short ConditionMask(unsigned cc);
+
+// Evaluates the condition of the current instruction. It comes from the record, not from the IT
+// state: the disassembler has put the block's condition there.
+inline bool CodeCondition() {
+  return ((*current_instruction_)->cc_mask >> (registers_->xpsr() >> 28)) & 1u;
+}
+
+}  // namespace orvo

@@ -1,0 +1,122 @@
+#include "core/decoder.h"
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include "core/capstone_resolver.h"
+#include "core/decode_tables.h"
+#include "core/globals.h"
+#include "core/instruction_record.h"
+#include "core/instruction_table.h"
+#include "core/trace_modes.h"
+#include "mcu/mcu.h"
+#include "runner/args_manager.h"
+#include "runner/errors.h"
+#include "runner/text.h"
+
+namespace orvo {
+namespace {
+
+// Executes in place of what does not decode.
+constexpr char kUndefinedKey[] = "udf_1";
+
+std::unique_ptr<InstructionTable> mnemonic_table_;
+std::unique_ptr<CapstoneResolver> capstone_;
+std::unique_ptr<DecodeTables> tables_;
+
+[[noreturn]] void ReportUnimplemented(const Disassembly& disassembly, const std::string& key) {
+  const unsigned long tick = mcu_->clock().ticks();
+  PrintInstruction(disassembly, key);
+  CapstoneResolver::print_insn_detail(disassembly, *registers_);
+  throw UnimplementedInstructionError("Arm instruction=" + key + "\tPC=0x" +
+                                      IntToHex(registers_->pc()) +
+                                      "\tTick Count=" + std::to_string(tick));
+}
+
+// Bytes of flash from the offset on: reading stays inside the section, whatever the image's end.
+size_t BytesFrom(unsigned offset) {
+  const unsigned flash_size = memory_->GetSectionByName("Flash")->size();
+  return offset < flash_size ? flash_size - offset : 0;
+}
+
+Function DecoderOfMode(unsigned mode) {
+  switch (mode) {
+    case 0: return &DisasmblyInstruction<0>;
+    case 1: return &DisasmblyInstruction<1>;
+    case 2: return &DisasmblyInstruction<2>;
+    default: throw OrvoError("Unknown capstone_prints");
+  }
+}
+
+}  // namespace
+
+void InitMnemonic2ArmFunciton() {
+  if (mnemonic_table_ != nullptr) return;
+  mnemonic_table_ = std::make_unique<InstructionTable>();
+  AddArithmetic(*mnemonic_table_);
+  AddLogic(*mnemonic_table_);
+  AddShifts(*mnemonic_table_);
+  AddMultiplications(*mnemonic_table_);
+  AddBitFields(*mnemonic_table_);
+  AddParallelArithmetic(*mnemonic_table_);
+  AddLoadsAndStores(*mnemonic_table_);
+  AddBranches(*mnemonic_table_);
+  AddSystemInstructions(*mnemonic_table_);
+  AddFloatingPoint(*mnemonic_table_);
+}
+
+const InstructionTable& Instructions() {
+  InitMnemonic2ArmFunciton();
+  return *mnemonic_table_;
+}
+
+void InitPcOffset2ArmFunction() {
+  const Function decoder = DecoderOfMode(ArgsManager::Get().capstone);
+  capstone_ = std::make_unique<CapstoneResolver>();
+  tables_ = std::make_unique<DecodeTables>(program_len_, decoder);
+  ForgetTracedInstructions();
+  mcu_->pc_offset_2_arm_function = tables_->functions();
+  mcu_->pc_offset_2_my_insn_struct = tables_->instructions();
+}
+
+void ReleaseDecodeTables() {
+  if (mcu_ != nullptr) {
+    mcu_->current_instruction = nullptr;
+    mcu_->pc_offset_2_arm_function = nullptr;
+    mcu_->pc_offset_2_my_insn_struct = nullptr;
+  }
+  ForgetTracedInstructions();
+  tables_.reset();
+  capstone_.reset();
+}
+
+template <unsigned N>
+void DisasmblyInstruction() {
+  const unsigned pc = registers_->pc();
+  const unsigned offset = pc & ~flash_address_;
+  my_insn_t& record = tables_->Construct(offset);
+  Disassembly disassembly;
+  std::string key = kUndefinedKey;
+  Shape shape = Shape::kAny;
+  if (capstone_->Decode(flash_memory_ + offset, BytesFrom(offset), pc, &disassembly)) {
+    key = GetMnemonicName(disassembly.parts);
+    FillRecord(disassembly, &record);
+    shape = SettleShape(record, disassembly.parts.writeback);
+  } else {
+    std::cerr << "Warning: invalid instruction at: 0x" << IntToHex(pc) << "\n";
+  }
+  const Variants* variants = Instructions().Find(key);
+  if (variants == nullptr) ReportUnimplemented(disassembly, key);
+
+  const Function function = variants->at(shape, record.size);
+  Function& entry = tables_->functions()[offset];
+  entry = N == 0 ? function : TraceFunction(N, offset, disassembly, key, function);
+  entry();
+}
+
+template void DisasmblyInstruction<0>();
+template void DisasmblyInstruction<1>();
+template void DisasmblyInstruction<2>();
+
+}  // namespace orvo

@@ -1,0 +1,76 @@
+// The table of device classes.
+#include "devices/peripheral_factory.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+
+#include "devices/peripheral.h"
+#include "mcu/mcu.h"
+#include "runner/errors.h"
+
+namespace orvo {
+
+namespace {
+
+constexpr char kSudo[] = "SUDO";
+
+using Maker = Peripheral* (*)(const JsonPlace& component, Mcu* mcu, WireManager& wires);
+
+Peripheral* GetSudoPeripheral(const JsonPlace&, Mcu* mcu, WireManager&) {
+  return mcu->memory().GetSectionByName(kSudo);
+}
+
+// A class whose model isn't part of this build.
+constexpr Maker kNotBuiltIn = nullptr;
+
+struct DeviceClass {
+  const char* name;
+  Maker make;
+};
+
+// clang-format off
+constexpr DeviceClass kDeviceClasses[] = {
+    {"IS25LP128",      kNotBuiltIn},
+    {kSudo,            GetSudoPeripheral},
+    {"Button",         kNotBuiltIn},
+    {"I2cMasterSdk",   kNotBuiltIn},
+    {"I2cSlaveSdk",    kNotBuiltIn},
+    {"AnalogSensor",   kNotBuiltIn},
+    {"Short",          kNotBuiltIn},
+    {"MockI2cDevice",  kNotBuiltIn},
+    {"ADG1404",        kNotBuiltIn},
+    {"BME280",         kNotBuiltIn},
+    {"BMA280",         kNotBuiltIn},
+    {"PCA9539A",       kNotBuiltIn},
+    {"M24C04",         kNotBuiltIn},
+    {"ExternalAD7798", kNotBuiltIn},
+    {"BQ24160",        kNotBuiltIn},
+    {"BQ27421",        kNotBuiltIn},
+    {"MX25R6435F",     kNotBuiltIn},
+    {"EchoSpiSlave",   kNotBuiltIn},
+    {"ATWINC1500",     kNotBuiltIn},
+    {"SDCard",         kNotBuiltIn},
+};
+// clang-format on
+
+}  // namespace
+
+Peripheral* MakePeripheral(const JsonPlace& component, Mcu* mcu, WireManager& wires,
+                           ComponentKind kind) {
+  const std::string& name = component["class"].String();
+  if (kind == ComponentKind::kInternal) {
+    if (!mcu->memory().HasSection(name)) throw UserError("Unsupported peripheral: " + name);
+    return mcu->memory().GetSectionByName(name);
+  }
+  const auto* row = std::find_if(std::begin(kDeviceClasses), std::end(kDeviceClasses),
+                                 [&name](const DeviceClass& entry) { return name == entry.name; });
+  if (row == std::end(kDeviceClasses)) throw UserError("Unsupported peripheral: " + name);
+  if (row->make == kNotBuiltIn) {
+    throw UserError("Peripheral class " + name +
+                    " is known, but no model of it is built into this version");
+  }
+  return row->make(component, mcu, wires);
+}
+
+}  // namespace orvo

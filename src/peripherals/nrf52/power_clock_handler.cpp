@@ -1,0 +1,136 @@
+#include "peripherals/nrf52/power_clock_handler.h"
+
+#include <iterator>
+#include <nlohmann/json.hpp>
+
+#include "mcu/mcu.h"
+#include "runner/errors.h"
+
+namespace orvo {
+
+namespace {
+
+constexpr unsigned kTrigger = 1;
+constexpr unsigned kGenerated = 1;
+
+constexpr unsigned kRunning = 1u << 16;          // HFCLKSTAT.STATE, LFCLKSTAT.STATE
+constexpr unsigned kSourceXtal = 1u << 0;        // HFCLKSTAT.SRC
+constexpr unsigned kLfSourceMask = 3;            // LFCLKSTAT.SRC
+constexpr unsigned kResetBySoftware = 1u << 2;   // RESETREAS.SREQ
+constexpr unsigned kCtivUnitsPerSecond = 4;      // CTIV counts quarters of a second
+
+// INTENSET
+constexpr unsigned kHfclkStarted = 1u << 0;
+constexpr unsigned kLfclkStarted = 1u << 1;
+constexpr unsigned kDone = 1u << 3;
+constexpr unsigned kCtto = 1u << 4;
+
+}  // namespace
+
+PowerClockHandler::PowerClockHandler(Mcu* mcu, std::string name, unsigned start,
+                                     unsigned size_bytes, const InterruptMap& interrupts,
+                                     const nlohmann::json& configuration)
+    : Nrf52POWER_CLOCK(mcu, name, start, size_bytes, interrupts, configuration),
+      interrupt_number_(InterruptNumberOf(interrupts, name)) {}
+
+void PowerClockHandler::RaiseIfEnabled(unsigned interrupt_bit) {
+  if ((MemorySection::get(INTENSET) & interrupt_bit) != 0) {
+    mcu_->interrupts().RaiseInterrupt(interrupt_number_, true);
+  }
+}
+
+// --- High-frequency clock ------------------------------------------------------------------------
+
+void PowerClockHandler::set_TASKS_HFCLKSTART(unsigned, unsigned) {
+  MemorySection::set(HFCLKSTAT, get_hf_status() | kRunning);
+  MemorySection::set(EVENTS_HFCLKSTARTED, kGenerated);
+  MemorySection::set(HFCLKRUN, 1);
+  RaiseIfEnabled(kHfclkStarted);
+}
+
+void PowerClockHandler::set_TASKS_HFCLKSTOP(unsigned, unsigned) {
+  MemorySection::set(HFCLKRUN, 0);
+  MemorySection::set(HFCLKSTAT, get_hf_status() & ~kRunning);
+}
+
+// --- Low-frequency clock -------------------------------------------------------------------------
+// LFCLKSRC counts at the start only: writing it doesn't affect a clock that runs.
+
+void PowerClockHandler::set_TASKS_LFCLKSTART(unsigned, unsigned) {
+  const unsigned source = MemorySection::get(LFCLKSRC);
+  MemorySection::set(LFCLKSTAT, (source & kLfSourceMask) | kRunning);
+  MemorySection::set(LFCLKSRCCOPY, source);
+  MemorySection::set(EVENTS_LFCLKSTARTED, kGenerated);
+  MemorySection::set(LFCLKRUN, 1);
+  RaiseIfEnabled(kLfclkStarted);
+}
+
+void PowerClockHandler::set_TASKS_LFCLKSTOP(unsigned, unsigned) {
+  MemorySection::set(LFCLKSTAT, get_lf_status() & ~kRunning);
+  MemorySection::set(LFCLKRUN, 0);
+}
+
+// --- Calibration ---------------------------------------------------------------------------------
+
+void PowerClockHandler::set_TASKS_CAL(unsigned, unsigned value) {
+  if (value != kTrigger) return;
+  if ((get_hf_status() & kRunning) == 0) {
+    throw OrvoError("Illegal attempt to CAL the LFCLK while HFCLK is not running");
+  }
+  MemorySection::set(EVENTS_DONE, kGenerated);
+  RaiseIfEnabled(kDone);
+}
+
+void PowerClockHandler::set_TASKS_CTSTART(unsigned, unsigned) {
+  calibration_timer_running_ = true;
+  Clock& clock = mcu_->clock();
+  const unsigned long ticks_per_unit = clock.GetFrequency() / kCtivUnitsPerSecond;
+  // A stopped timer is still attached until its old interval ends.
+  clock.DetachFromTick(this);
+  clock.AttachToTick(clock.TickCount() + ticks_per_unit * MemorySection::get(CTIV), this, false);
+}
+
+void PowerClockHandler::set_TASKS_CTSTOP(unsigned, unsigned) { calibration_timer_running_ = false; }
+
+unsigned long PowerClockHandler::OnTick(unsigned long) {
+  if (!calibration_timer_running_) return 0;
+  set_EVENTS_CTTO(EVENTS_CTTO, kGenerated);
+  RaiseIfEnabled(kCtto);
+  calibration_timer_running_ = false;
+  return 0;
+}
+
+// --- Power and interrupts ------------------------------------------------------------------------
+
+void PowerClockHandler::set_TASKS_LOWPWR(unsigned, unsigned) {}
+
+void PowerClockHandler::set_INTENSET(unsigned, unsigned value) {
+  // Deliberate: from bit 2 on the bits stand one place below those that the events raise with
+  // (DONE is 3, CTTO is 4), and a CTTO that waits for its own bit is not caught up on.
+  static constexpr unsigned kPendingEvents[] = {EVENTS_HFCLKSTARTED, EVENTS_LFCLKSTARTED,
+                                                EVENTS_DONE, EVENTS_CTTO};
+  const unsigned enabled = MemorySection::get(INTENSET) | value;
+  MemorySection::set(INTENSET, enabled);
+  MemorySection::set(INTENCLR, enabled);
+  for (unsigned bit = 0; bit < std::size(kPendingEvents); ++bit) {
+    if ((enabled >> bit & 1u) != 0 && MemorySection::get(kPendingEvents[bit]) != 0) {
+      mcu_->interrupts().RaiseInterrupt(interrupt_number_, true);
+      return;
+    }
+  }
+}
+
+void PowerClockHandler::set_INTENCLR(unsigned, unsigned value) {
+  const unsigned enabled = MemorySection::get(INTENSET) & ~value;
+  MemorySection::set(INTENSET, enabled);
+  MemorySection::set(INTENCLR, enabled);
+}
+
+void PowerClockHandler::Reset(ResetType type) {
+  PeripheralMemory::Reset(type);
+  MemorySection::set(HFCLKSTAT, kRunning | kSourceXtal);
+  mcu_->clock().DetachFromTick(this);
+  if (type == kSoftwareReset) MemorySection::set(RESETREAS, kResetBySoftware);
+}
+
+}  // namespace orvo

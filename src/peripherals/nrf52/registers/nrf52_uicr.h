@@ -1,0 +1,6 @@
+#pragma once
+
+#define REGISTER_CLASS Nrf52UICR
+#define REGISTER_LIST "peripherals/nrf52/registers/uicr.inc"
+#define REGISTER_TABLE_LENGTH 4096
+#include "memory/register_class.h"

@@ -1,0 +1,93 @@
+// Entry point: signals, options, the objects of a run in their order, and the exit status.
+// 0: the run finished, was ended by SIGINT or SIGTERM, or the help was printed; 255: a failure
+// before or around the run loop; a signal's number: a fatal signal; otherwise the code that came
+// over the termination channel.
+#include <filesystem>
+#include <memory>
+
+#include "config/configuration_file_handler.h"
+#include "config/scenario_file_handler.h"
+#include "control/connection_manager.h"
+#include "mcu/platform.h"
+#include "runner/args_manager.h"
+#include "runner/logger.h"
+#include "runner/orvo_signals.h"
+#include "runner/program.h"
+#include "runner/signal_handler.h"
+#include "wires/wire_manager.h"
+
+namespace orvo {
+namespace {
+
+constexpr int kWireCount = 200;
+
+// The real path of this executable, next to which the SDK is looked for; argv[0] may be a bare
+// name that the shell found.
+std::string ExecutablePath(const std::string& argv0) {
+  std::error_code error;
+  const auto path = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? argv0 : path.string();
+}
+
+// The objects of one run. They go in a fixed order, whether the run ended well or a constructor
+// threw half-way.
+class Simulation {
+ public:
+  Simulation() = default;
+  Simulation(const Simulation&) = delete;
+  Simulation& operator=(const Simulation&) = delete;
+  ~Simulation() {
+    program_.reset();
+    mcu_.reset();
+    wires_.reset();
+    connection_.reset();
+    scenario_.reset();
+  }
+
+  void Run() {
+    ArgsManager& args = ArgsManager::Get();
+    scenario_ = std::make_unique<ScenarioFileHandler>();
+    ConfigurationFileHandler::Get().Init(args.mcu, scenario_.get(), ExecutablePath(args.argv0));
+    connection_ = std::make_unique<ConnectionManager>();
+    wires_ = std::make_unique<WireManager>(connection_.get(), kWireCount, args.gpio, false);
+    scenario_->Init("scenario.json");
+    mcu_ = CreateMcu(args.mcu, *scenario_, wires_.get(), connection_.get());
+    connection_->Start(args.sdk_port, args.wait_for_connection);
+    program_ = std::make_unique<Program>(*mcu_, args.argv0, args.image);
+    OrvoSignals::Get().options_parsed.emit(args);
+    logger::debug("main") << "Program is running...";
+    program_->Run();
+  }
+
+ private:
+  std::unique_ptr<ScenarioFileHandler> scenario_;
+  std::unique_ptr<ConnectionManager> connection_;
+  std::unique_ptr<WireManager> wires_;
+  std::unique_ptr<Mcu> mcu_;
+  std::unique_ptr<Program> program_;
+};
+
+int Main(int argc, char** argv) {
+  InstallSignalHandlers();
+  OrvoSignals::Get().terminate.Connect([](int code) { exit_code = code; });
+  const SignalWatcher watcher;
+  try {
+    if (!ArgsManager::Get().Parse(argc, argv)) return 0;
+    Simulation().Run();
+  } catch (const std::exception& error) {
+    logger::error("Main") << error.what();
+    return -1;
+  }
+  return exit_code;
+}
+
+}  // namespace
+}  // namespace orvo
+
+int main(int argc, char** argv) {
+  const int status = orvo::Main(argc, argv);
+  orvo::ISingelton<orvo::OrvoSignals>::ReleaseInstance();
+  orvo::ISingelton<orvo::ConfigurationFileHandler>::ReleaseInstance();
+  orvo::ISingelton<orvo::ArgsManager>::ReleaseInstance();  // flushes the trace file
+  return status;
+}

@@ -1,0 +1,102 @@
+// The run loop: the hot path of the whole system.
+#include "control/debugging_locks.h"
+#include "core/globals.h"
+#include "runner/args_manager.h"
+#include "runner/logger.h"
+#include "runner/program.h"
+#include "runner/text.h"
+
+namespace orvo {
+namespace {
+
+constexpr unsigned kNoStopPoint = 0xffffffff;
+
+bool Contains(const std::string& text, const char* word) {
+  return text.find(word) != std::string::npos;
+}
+
+}  // namespace
+
+template <bool PcPos, bool Regs, bool Gdb, bool Functions>
+void Program::RunProgram() {
+  SourceClock& clock = chip_.clock();
+  Interrupts& interrupts = *interrupts_;
+  const bool* const pending_empty = pending_empty_;
+  unsigned& pc = registers_->pc();
+  const Function* const functions = *pc_offset_2_arm_function_;
+  my_insn_t* const instructions = *pc_offset_2_my_insn_struct_;
+  my_insn_t** const current_instruction = current_instruction_;
+  const unsigned pc_mask = ~flash_address_;
+  const unsigned program_len = program_len_;
+  const unsigned long start_tick = ArgsManager::Get().start_tick;
+
+  // What is due at tick 0 comes before the first instruction.
+  clock.HandleSelfTickListeners();
+  clock.service().HandleTickListeners(clock.ticks());
+  try {
+    for (;;) {
+      if (!*pending_empty) interrupts.ExecuteInterruptIfNeeded();
+      pc &= ~1u;
+      // The offset into the program is also what the end is tested with: the same as a comparison
+      // of pc with base + length, but it stops a pc between 0 and a flash that is based above 0.
+      // Deliberate: a pc exactly at the end executes, and one in RAM faults.
+      unsigned offset = pc & pc_mask;
+      if (offset <= program_len) {
+        if constexpr (PcPos) {
+          if (DumpedDataAndCanExit(pc)) break;
+        }
+        if constexpr (Functions) function_tracer_.TraceEnterToNewFunction(pc, *trace_stream_);
+        if constexpr (Regs) {
+          if (start_tick < clock.ticks()) PrintRegsTrace();
+        }
+        if constexpr (Gdb) {
+          RunGdb();
+          offset = pc & ~1u & pc_mask;  // the debugger may have reset the chip
+        }
+        *current_instruction = instructions + offset;
+        functions[offset]();
+      } else {
+        FetchOutsideProgram();
+      }
+      clock.AdvanceOneTick();
+      if (clock.ServiceIsDue()) clock.service().HandleTickListeners(clock.ticks());
+      if (stop_.load(std::memory_order_relaxed)) break;
+    }
+  } catch (const std::exception& error) {
+    logger::error("Program") << " TC: " << clock.ticks() << " PC: 0x" << IntToHex(pc)
+                             << error.what();
+  }
+  PrintRunInfo();
+}
+
+// A variant's number has a bit for each of its four parameters.
+template <size_t... variant>
+constexpr std::array<Program::Loop, sizeof...(variant)> Program::Variants(
+    std::index_sequence<variant...>) {
+  return {&Program::RunProgram<(variant & 8) != 0, (variant & 4) != 0, (variant & 2) != 0,
+                               (variant & 1) != 0>...};
+}
+
+void Program::RunProgramWithFlags() {
+  static constexpr auto kLoops = Variants(std::make_index_sequence<16>());
+  const ArgsManager& args = ArgsManager::Get();
+  const bool pc_pos = args.pc_pos != kNoStopPoint;
+  const bool regs = Contains(args.trace, "regs");
+  const bool functions = Contains(args.trace, "functions") && !args.objdump.empty();
+  (this->*kLoops[pc_pos * 8 + regs * 4 + args.gdb * 2 + functions])();
+}
+
+// pc stays; the next iteration takes the fault.
+void Program::FetchOutsideProgram() {
+  logger::debug("Program") << "raiseInterrupt BusFault";
+  interrupts_->RaiseInterrupt(kBusFault, true);
+}
+
+void Program::RunGdb() {
+  DebuggingLocks& debugger = *debugger_;
+  if (!debugger.CheckBreakpoints(registers_->pc())) return;
+  debugger.PauseMcuForBreakpoint();
+  chip_.clock().HandleSelfTickListeners();
+}
+
+}  // namespace orvo

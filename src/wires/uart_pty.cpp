@@ -1,0 +1,67 @@
+// The system calls around the terminal pair.
+#include "wires/uart_pty.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "runner/errors.h"
+
+namespace orvo {
+
+namespace {
+
+// How long a reader that is behind gets to make room before its input is thrown away.
+constexpr int kPatienceMs = 20;
+
+}  // namespace
+
+UartPty::UartPty() {
+  char name[128] = {};
+  if (openpty(&master_, &slave_, name, nullptr, nullptr) != 0) {
+    throw OrvoError("Could not initialize PTY device in UartHandler: " +
+                    std::string(std::strerror(errno)));
+  }
+  slave_name_ = name;
+  termios settings{};
+  tcgetattr(slave_, &settings);
+  cfmakeraw(&settings);
+  tcsetattr(slave_, TCSANOW, &settings);
+  fcntl(master_, F_SETFL, fcntl(master_, F_GETFL) | O_NONBLOCK);
+}
+
+UartPty::~UartPty() {
+  close(master_);
+  close(slave_);
+}
+
+void UartPty::Write(const std::string& bytes) {
+  size_t written = 0;
+  while (true) {
+    const long result = write(master_, bytes.data() + written, bytes.size() - written);
+    if (result > 0) written += result;
+    if (written == bytes.size()) return;
+    if (result < 0 && errno != EAGAIN && errno != EINTR) {
+      throw OrvoError("Could not write to " + slave_name_ + ": " + std::strerror(errno));
+    }
+    pollfd writable{master_, POLLOUT, 0};
+    if (poll(&writable, 1, kPatienceMs) == 0) tcflush(master_, TCIOFLUSH);
+  }
+}
+
+long UartPty::Read(char* buffer, unsigned long capacity, int timeout_ms) {
+  pollfd readable{master_, POLLIN, 0};
+  const int ready = poll(&readable, 1, timeout_ms);
+  if (ready < 0) return errno == EINTR ? 0 : -1;
+  if (ready == 0) return 0;
+  const long result = read(master_, buffer, capacity);
+  if (result < 0) return errno == EAGAIN || errno == EINTR ? 0 : -1;
+  return result;
+}
+
+}  // namespace orvo

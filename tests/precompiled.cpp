@@ -1,0 +1,1 @@
+// Holds nothing: the target exists for its precompiled header.

@@ -1,0 +1,72 @@
+// board.json in the directory of the run: mistakes in it are named, never a crash.
+#include <gmock/gmock.h>
+
+#include "support/orvo_process.h"
+
+namespace orvo {
+namespace {
+
+using testing::HasSubstr;
+
+struct BoardCase {
+  std::string name;
+  std::string content;
+  std::string message;
+};
+
+class BadBoards : public testing::TestWithParam<BoardCase> {};
+
+TEST_P(BadBoards, EndWithAMessageAndStatus255) {
+  for (const char* file : {"board.json", "bsp.json"}) {
+    OrvoBench bench;
+    bench.directory().Write(file, GetParam().content);
+    const ProcessResult run = bench.RunFirmware("clocks.bin");
+    EXPECT_EQ(run.exit_status, 255) << file << run.out << run.err;
+    EXPECT_EQ(run.signal, 0) << file;
+    EXPECT_THAT(run.err, HasSubstr(GetParam().message)) << file;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , BadBoards,
+    testing::Values(
+        BoardCase{"empty", "", "json"}, BoardCase{"text", "This is not JSON.", "json"},
+        BoardCase{"truncated", R"({"components": [)", "json"},
+        BoardCase{"binary", std::string(64, '\xfe'), "json"},
+        BoardCase{"array", "[1, 2, 3]", "json"}, BoardCase{"number", "7", "json"},
+        BoardCase{"components_not_an_array", R"({"components": 7})", "json"},
+        BoardCase{"component_not_an_object", R"({"components": [7]})", "json"},
+        BoardCase{"class_not_a_string",
+                  R"({"components": [{"class": 7, "name": "x", "type": "Peripheral"}]})", "json"},
+        BoardCase{"name_not_a_string",
+                  R"({"components": [{"class": "Button", "name": 7, "type": "Peripheral"}]})",
+                  "json"},
+        BoardCase{"no_name", R"({"components": [{"class": "Button", "type": "Peripheral"}]})",
+                  "board.json: Missing name field in one of the peripherals"},
+        BoardCase{"name_twice",
+                  R"({"components": [{"class": "Button", "name": "B", "type": "Peripheral"},
+                                     {"class": "Button", "name": "B", "type": "Peripheral"}]})",
+                  "board.json: Duplicate peripheral: B"},
+        BoardCase{"unknown_class",
+                  R"({"components": [{"class": "Teapot", "name": "T", "type": "Peripheral"}]})",
+                  "Unsupported peripheral: Teapot"},
+        BoardCase{"unknown_type",
+                  R"({"components": [{"class": "Button", "name": "T", "type": "Teapot"}]})",
+                  "Unsupported type : Teapot"},
+        BoardCase{"size_not_a_number",
+                  R"({"components": [{"class": "nrf52832", "type": "MCU",
+                                      "config": {"ram_size": "large"}}]})",
+                  "json"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(Board, McuEntryChangesTheSizesThatItNames) {
+  OrvoBench bench;
+  bench.directory().Write("board.json", R"({"components": [
+      {"class": "nrf52832", "name": "mcu", "type": "MCU", "config": {"ram_size": 131072}}]})");
+  const ProcessResult run = bench.RunFirmware("clocks.bin", {"-o", "dump.txt"});
+  EXPECT_EQ(run.exit_status, 0) << run.err;
+  EXPECT_THAT(bench.directory().Read("dump.txt"), HasSubstr("\n0x2001fff0\t"));
+}
+
+}  // namespace
+}  // namespace orvo

@@ -1,0 +1,48 @@
+// The demonstration of `make demo`.
+#include <gmock/gmock.h>
+
+#include "build_paths.h"
+#include "support/orvo_process.h"
+
+namespace orvo {
+namespace {
+
+using testing::HasSubstr;
+
+const std::string kDemo = std::string(kSourceDirectory) + "/examples/demo/";
+
+TEST(Demo, ImageIsWhatItsSourcesGive) {
+  const std::string built = ReadFile(FirmwarePath("demo.hex"));
+  ASSERT_FALSE(built.empty());
+  EXPECT_TRUE(ReadFile(kDemo + "demo.hex") == built)
+      << "examples/demo/demo.hex is old: build the target update_demo";
+}
+
+TEST(Demo, ShowsBannerPictureTimedLinesAndReportAndStopsByItself) {
+  OrvoBench bench;
+  const ProcessResult run = RunProcess(kDemo + "run", {kOrvoExecutable}, bench.directory().path());
+  EXPECT_EQ(run.exit_status, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("a Cortex-M4 board without the board"));
+  EXPECT_THAT(run.out, HasSubstr("core 410fc241 at 64 MHz"));
+  EXPECT_THAT(run.out, HasSubstr("@@@@@@@@@@"));
+  EXPECT_THAT(run.out, HasSubstr("[ 0.1 s]"));
+  EXPECT_THAT(run.out, HasSubstr("[ 0.8 s]"));
+  EXPECT_THAT(run.out, HasSubstr("s of virtual time\n"));
+  EXPECT_THAT(run.out, HasSubstr("MIPS: "));
+  EXPECT_THAT(run.out, HasSubstr("Stack max size : "));
+}
+
+// Virtual time does not depend on the machine: this image always takes the same ticks.
+TEST(Demo, TakesTheSameTicksOnEveryMachine) {
+  OrvoBench first, second;
+  const std::vector<std::string> arguments = {
+      "-i", kDemo + "demo.hex", "-u", "-p", kFirmwareDone, "-k", "1"};
+  const ProcessResult one = first.Run(arguments);
+  const ProcessResult two = second.Run(arguments);
+  EXPECT_EQ(one.out, two.out);
+  EXPECT_GT(first.InstructionCount(), 51'200'000u);  // 0.8 s at 64 MHz
+  EXPECT_EQ(first.InstructionCount(), second.InstructionCount());
+}
+
+}  // namespace
+}  // namespace orvo

@@ -1,0 +1,78 @@
+// A host SDK on the control connection, reduced to its socket and frames.
+#pragma once
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace orvo {
+
+class ControlClient {
+ public:
+  explicit ControlClient(unsigned short port) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    connected_ = connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+  }
+  ControlClient(const ControlClient&) = delete;
+  ControlClient& operator=(const ControlClient&) = delete;
+  ~ControlClient() { close(socket_); }
+
+  bool connected() const { return connected_; }
+  void SendBytes(const std::string& bytes) {
+    send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  }
+  static std::string Frame(const std::string& text) {
+    const unsigned length = htonl(static_cast<unsigned>(text.size()));
+    std::string frame(sizeof(length), '\0');
+    std::memcpy(frame.data(), &length, sizeof(length));
+    return frame + text;
+  }
+  void Send(const nlohmann::json& message) { SendBytes(Frame(message.dump())); }
+  // No more from this side; the other goes on.
+  void EndSending() { shutdown(socket_, SHUT_WR); }
+
+  // Exactly that many bytes, fewer at the end of the stream or after ten seconds without any.
+  std::string ReceiveBytes(size_t count) {
+    std::string bytes;
+    char buffer[65536];
+    while (bytes.size() < count) {
+      pollfd ready{socket_, POLLIN, 0};
+      if (poll(&ready, 1, 10'000) < 1) break;
+      const long got = recv(socket_, buffer, std::min(sizeof(buffer), count - bytes.size()), 0);
+      if (got < 1) break;
+      bytes.append(buffer, got);
+    }
+    return bytes;
+  }
+  // The next message; null at the end of the stream.
+  nlohmann::json Receive() {
+    const std::string header = ReceiveBytes(4);
+    if (header.size() < 4) return nullptr;
+    unsigned length = 0;
+    std::memcpy(&length, header.data(), sizeof(length));
+    return nlohmann::json::parse(ReceiveBytes(ntohl(length)));
+  }
+  // Whether the other side has closed, all messages before that being read.
+  bool Closed() {
+    while (!Receive().is_null()) {
+    }
+    pollfd ready{socket_, POLLIN, 0};
+    return poll(&ready, 1, 0) == 1;
+  }
+
+ private:
+  int socket_;
+  bool connected_ = false;
+};
+
+}  // namespace orvo

@@ -1,0 +1,117 @@
+#include "control/tcp_server.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "unit/control/control_bench.h"
+
+namespace orvo {
+namespace {
+
+// Keeps what it reads, whose first byte may make it throw.
+class KeepingServer : public TcpServer {
+ public:
+  ~KeepingServer() override { Join(); }
+  void ClientHandler() override {
+    char buffer[16];
+    for (long got = 0; (got = Read(buffer, sizeof(buffer))) > 0;) {
+      if (buffer[0] == '!') throw std::runtime_error("unexpected byte");
+      const std::lock_guard lock(mutex_);
+      received_.append(buffer, got);
+    }
+  }
+  std::string received() {
+    const std::lock_guard lock(mutex_);
+    return received_;
+  }
+  using TcpServer::SetSelectParams;
+
+ private:
+  std::mutex mutex_;
+  std::string received_;
+};
+
+struct ServerBench {
+  KeepingServer server;
+  unsigned short port = server.StartServer(0);
+  ControlClient client{port};
+
+  ServerBench() {
+    WaitUntil([this] { return server.HasClient(); });
+  }
+};
+
+// More than the buffers of both sockets take.
+const std::string kLongText(64 << 20, 'x');
+
+TEST(TcpServer, SlowClientGetsAll) {
+  ServerBench bench;
+  size_t received = 0;
+  std::thread reader([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    received = bench.client.ReceiveBytes(kLongText.size()).size();
+  });
+  bench.server.SendPacket(kLongText.data(), static_cast<long>(kLongText.size()));
+  reader.join();
+  EXPECT_EQ(received, kLongText.size());
+}
+
+TEST(TcpServer, StopEndsASendThatNobodyReads) {
+  ServerBench bench;
+  std::thread stopper([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    bench.server.Stop();
+  });
+  bench.server.SendPacket(kLongText.data(), static_cast<long>(kLongText.size()));
+  stopper.join();
+}
+
+TEST(TcpServer, NextClientEndsASendToTheOneBefore) {
+  ServerBench bench;
+  bench.client.EndSending();
+  std::thread newcomer([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ControlClient next(bench.port);
+    next.SendBytes("new");
+    EXPECT_TRUE(WaitUntil([&] { return bench.server.received() == "new"; }));
+  });
+  bench.server.SendPacket(kLongText.data(), static_cast<long>(kLongText.size()));
+  newcomer.join();
+}
+
+TEST(TcpServer, ClientThatHasEndedSendingStillHears) {
+  ServerBench bench;
+  bench.client.SendBytes("last words");
+  bench.client.EndSending();
+  ASSERT_TRUE(WaitUntil([&] { return bench.server.received() == "last words"; }));
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  bench.server.SendPacket("answer", 6);
+  EXPECT_EQ(bench.client.ReceiveBytes(6), "answer");
+}
+
+TEST(TcpServer, ExceptionOfTheHandlerEndsTheRunWithItsMessage) {
+  ServerBench bench;
+  TerminateRecorder ended;
+  testing::internal::CaptureStderr();
+  bench.client.SendBytes("!");
+  EXPECT_TRUE(WaitUntil([&] { return !bench.server.IsRunning(); }));
+  bench.server.Join();
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("unexpected byte"));
+  EXPECT_THAT(ended.codes, testing::ElementsAre(1));
+}
+
+TEST(TcpServer, SelectParametersMustBeThere) {
+  KeepingServer server;
+  fd_set set;
+  timeval timeout;
+  for (const auto& [s, t] : {std::pair<fd_set*, timeval*>(nullptr, &timeout), {&set, nullptr}}) {
+    EXPECT_EQ(ErrorOf([&] { server.SetSelectParams(s, t); }),
+              "OrvoError: TcpServer::SetSelectParams - can not get null params");
+  }
+  server.SetSelectParams(&set, &timeout);
+  EXPECT_EQ(timeout.tv_usec, 1000);
+}
+
+}  // namespace
+}  // namespace orvo

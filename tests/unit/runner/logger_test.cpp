@@ -1,0 +1,79 @@
+// Which messages reach which place.
+#include "runner/logger.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <string>
+
+#include "temp_directory.h"
+
+namespace orvo {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class Logger : public TempDirectory {
+ protected:
+  Logger() {
+    logger::my_logger::counter_ = 0;
+    logger::my_logger::delete_log_file_ = true;
+    std::filesystem::create_directory(".zandor");
+  }
+
+  size_t LinesInFile() {
+    const std::string text = Read(logger::kLogFile);
+    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+  }
+};
+
+TEST_F(Logger, DebugGoesToTheFileOnly) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  logger::debug("Program") << "tick " << 7;
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  const std::string file = Read(logger::kLogFile);
+  EXPECT_THAT(file, HasSubstr("Program"));
+  EXPECT_THAT(file, HasSubstr("Debug"));
+  EXPECT_THAT(file, HasSubstr("tick 7\n"));
+}
+
+TEST_F(Logger, InfoAndErrorGoToTheScreenToo) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  logger::info("main") << "good";
+  logger::error("main") << "bad";
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "good\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "bad\n");
+  EXPECT_THAT(Read(logger::kLogFile), HasSubstr("good"));
+  EXPECT_THAT(Read(logger::kLogFile), HasSubstr("bad"));
+}
+
+TEST_F(Logger, FirstMessageRemovesTheFileOfAnEarlierRun) {
+  Write(logger::kLogFile, "earlier\n");
+  logger::debug("main") << "one";
+  logger::debug("main") << "two";
+  EXPECT_THAT(Read(logger::kLogFile), Not(HasSubstr("earlier")));
+  EXPECT_EQ(LinesInFile(), 2u);
+}
+
+TEST_F(Logger, FileTakesErrorsOnlyOnceTheCounterIsAbove500) {
+  for (int i = 0; i < 600; ++i) logger::debug("main") << i;
+  EXPECT_EQ(LinesInFile(), 501u);
+  testing::internal::CaptureStderr();
+  logger::error("main") << "late error";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "late error\n");
+  EXPECT_EQ(LinesInFile(), 502u);
+}
+
+TEST_F(Logger, MissingDirectoryIsNoError) {
+  std::filesystem::remove(".zandor");
+  logger::debug("main") << "nobody reads this";
+  EXPECT_FALSE(std::filesystem::exists(".zandor"));
+  EXPECT_EQ(logger::my_logger::counter_, 0u);
+}
+
+}  // namespace
+}  // namespace orvo

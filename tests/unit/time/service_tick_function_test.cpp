@@ -1,0 +1,89 @@
+#include "time/service_tick_function.h"
+
+#include <gmock/gmock.h>
+
+#include "runner/errors.h"
+#include "support/tick_recorder.h"
+#include "time/clock.h"
+
+namespace orvo {
+namespace {
+
+using testing::ElementsAre;
+
+// 1000 ns are 64 ticks, whatever the frequency of the clock: it stays 0 here.
+struct ServiceTickFunctionTest : testing::Test {
+  std::function<void(int)> Note(const std::string& name) {
+    return [this, name](int id) {
+      log.push_back(name + std::to_string(id) + "@" + std::to_string(clock.ticks()));
+    };
+  }
+
+  SourceClock clock{"hlck"};
+  ServiceTickFunction& service = clock.service();
+  CallLog log;
+};
+
+TEST_F(ServiceTickFunctionTest, IdsCountFromOneAndAnOwnIdIsKept) {
+  EXPECT_EQ(service.GoFunction(1, {}, false, 0), 1);
+  EXPECT_EQ(service.GoFunction(1, {}, false, 70), 70);
+  EXPECT_EQ(service.GoFunction(1, {}, false, 0), 2);
+}
+
+TEST_F(ServiceTickFunctionTest, CallsOnceAfterTheTimeAndAmongEqualTicksInOrder) {
+  service.GoFunction(1000, Note("late"), false, 0);
+  service.GoFunction(999, Note("soon"), false, 0);
+  service.GoFunction(1000, Note("last"), false, 0);
+  clock.Tickrement(200);
+  EXPECT_THAT(log, ElementsAre("soon2@63", "late1@64", "last3@64"));
+}
+
+TEST_F(ServiceTickFunctionTest, RepeatsUnderItsIdUntilItIsCancelled) {
+  const int id = service.GoFunction(1000, Note("r"), true, 0);
+  clock.Tickrement(130);
+  const GoFunctionData data = service.CancelFunction(id);
+  EXPECT_EQ(data.interval_ns, 1000u);
+  EXPECT_EQ(data.id, id);
+  EXPECT_TRUE(data.repeat);
+  clock.Tickrement(200);
+  EXPECT_THAT(log, ElementsAre("r1@64", "r1@128"));
+}
+
+TEST_F(ServiceTickFunctionTest, AnIntervalBelowATickComesOncePerTickAndDoesNotHang) {
+  service.GoFunction(1, Note("r"), true, 0);
+  clock.Tickrement(3);
+  EXPECT_THAT(log, ElementsAre("r1@1", "r1@2", "r1@3"));
+}
+
+TEST_F(ServiceTickFunctionTest, CancellingAnUnknownOrFinishedIdIsAnError) {
+  const int id = service.GoFunction(0, Note("once"), false, 0);
+  clock.Tickrement(1);
+  for (const int unknown : {id, 99}) {
+    try {
+      service.CancelFunction(unknown);
+      FAIL() << "no error for " << unknown;
+    } catch (const OrvoError& error) {
+      EXPECT_EQ(error.message(), "CancelFunction of id not found");
+    }
+  }
+}
+
+TEST_F(ServiceTickFunctionTest, AnIdThatWasGivenAgainBelongsToTheLaterFunction) {
+  service.GoFunction(1000, Note("first"), false, 5);
+  service.GoFunction(2000, Note("second"), false, 5);
+  clock.Tickrement(100);
+  EXPECT_THAT(log, ElementsAre("first5@64"));
+  service.CancelFunction(5);
+  clock.Tickrement(100);
+  EXPECT_EQ(log.size(), 1u);
+}
+
+TEST_F(ServiceTickFunctionTest, AFunctionMaySetUpTheNextOneAtTheSameTick) {
+  service.GoFunction(
+      1000, [&](int) { service.GoFunction(0, Note("nested"), false, 0); }, false, 0);
+  clock.Tickrement(64);
+  EXPECT_THAT(log, ElementsAre("nested2@64"));
+}
+
+}  // namespace
+}  // namespace orvo
