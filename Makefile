@@ -22,6 +22,7 @@ executable:
 
 demo: executable
 	@examples/demo/run $(EXECUTABLE)
+	@echo 'Your own image: $(EXECUTABLE) --mcu nrf52832 --image app.hex --uart_output'
 
 test:
 	@scripts/install_packages.sh build test

@@ -6,7 +6,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
 # -ffp-contract=off: a multiply and an add of the simulated FPU must stay two roundings.
-add_compile_options(-Wall -Wextra -Werror -Wshadow -ffp-contract=off -fno-omit-frame-pointer
+add_compile_options(-Wall -Wextra -Werror -Wshadow -ffp-contract=off
+                    $<$<NOT:$<CONFIG:Release>>:-fno-omit-frame-pointer>
                     "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>")
 if(ORVO_ASSERTIONS)
   string(REPLACE "-DNDEBUG" "" CMAKE_CXX_FLAGS_RELWITHDEBINFO "${CMAKE_CXX_FLAGS_RELWITHDEBINFO}")

@@ -73,7 +73,7 @@ static uint32_t state_machine(void) {
   uint32_t counts[4] = {0}, now = kBlank;
   for (int round = 0; round < 24; ++round) {
     for (const char* p = text; *p != '\0'; ++p) {
-      const uint32_t kind = *p == ' '               ? kBlank
+      const uint32_t kind = *p == ' '                ? kBlank
                             : *p >= 'a' && *p <= 'z' ? kWord
                             : *p >= '0' && *p <= '9' ? kNumber
                                                      : kMark;

@@ -29,7 +29,8 @@ static void print_banner(void) {
 
 static void draw_mandelbrot_set(void) {
   enum { kColumns = 64, kRows = 21, kSteps = 60 };
-  static const char shades[] = " .,:;=+*%#@";
+  static const char shades[] = " .,:;=+*%#";  // by twos of steps; @ never escaped
+  enum { kLastShade = sizeof shades - 2 };
   for (int row = 0; row < kRows; ++row) {
     char line[kColumns + 1];
     const float imaginary = -1.2f + 2.4f * (float)row / (kRows - 1);
@@ -43,7 +44,8 @@ static void draw_mandelbrot_set(void) {
         x = next;
         ++steps;
       }
-      line[column] = shades[steps * (int)(sizeof shades - 2) / kSteps];
+      const int shade = steps / 2 < kLastShade ? steps / 2 : kLastShade;
+      line[column] = steps == kSteps ? '@' : shades[shade];
     }
     line[kColumns] = '\0';
     printf("  %s\n", line);

@@ -25,7 +25,7 @@ void console_write(const char* bytes, unsigned length) {
 
 void firmware_done(int status) {
   (void)status;
-  register uint32_t operation __asm("r0") = 0x18;   // SYS_EXIT
-  register uint32_t reason __asm("r1") = 0x20026;   // ADP_Stopped_ApplicationExit
+  register uint32_t operation __asm("r0") = 0x18;  // SYS_EXIT
+  register uint32_t reason __asm("r1") = 0x20026;  // ADP_Stopped_ApplicationExit
   for (;;) __asm volatile("bkpt 0xab" : : "r"(operation), "r"(reason) : "memory");
 }

@@ -1,7 +1,7 @@
 // The clock block as start-up code uses it, and the identification words it reads.
-#include "drivers/clock.h"
-
 #include <stdio.h>
+
+#include "drivers/clock.h"
 
 int main(void) {
   clock_start_high_frequency();

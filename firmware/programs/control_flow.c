@@ -87,21 +87,36 @@ static void jumps(void) {
 // Dense enough for a jump table, with holes.
 static uint32_t dispatch(uint32_t code, uint32_t value) {
   switch (code) {
-    case 0: return value + 1;
-    case 1: return value * 3;
-    case 2: return value ^ 0x5555;
-    case 3: return value >> 1;
-    case 4: return value << 3 | value >> 29;
-    case 5: return ~value;
-    case 7: return value - code;
-    case 8: return value % 1000;
-    case 9: return value / 3;
-    case 10: return value & 0xFFFF;
-    case 11: return value | 1;
-    case 100: return value + 100;
-    case 1000: return value + 1000;
-    case 100000: return 0;
-    default: return value + code;
+    case 0:
+      return value + 1;
+    case 1:
+      return value * 3;
+    case 2:
+      return value ^ 0x5555;
+    case 3:
+      return value >> 1;
+    case 4:
+      return value << 3 | value >> 29;
+    case 5:
+      return ~value;
+    case 7:
+      return value - code;
+    case 8:
+      return value % 1000;
+    case 9:
+      return value / 3;
+    case 10:
+      return value & 0xFFFF;
+    case 11:
+      return value | 1;
+    case 100:
+      return value + 100;
+    case 1000:
+      return value + 1000;
+    case 100000:
+      return 0;
+    default:
+      return value + code;
   }
 }
 

@@ -6,6 +6,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "boot/startup.h"
+
 #define LINE(name, value) printf("%-34s %08lx\n", name, (unsigned long)(value))
 
 static volatile uint32_t zero = 0;
@@ -34,6 +36,12 @@ static uint32_t sxtah(uint32_t a, uint32_t b) {
   return r;
 }
 
+static uint32_t revsh(uint32_t x) {
+  uint32_t r;
+  __asm("revsh %0, %1" : "=r"(r) : "r"(x));
+  return r;
+}
+
 // The high word of high:low + a * b, signed.
 static uint32_t smlal_high(uint32_t low, uint32_t high, uint32_t a, uint32_t b) {
   __asm("smlal %0, %1, %2, %3" : "+r"(low), "+r"(high) : "r"(a), "r"(b));
@@ -58,6 +66,24 @@ static uint32_t fused(float a, float b, float c) {
   return bits(c);
 }
 
+static volatile uint32_t stack_in_handler;
+
+// Changes s0, as a handler that computes in float does, and notes its stack pointer.
+__attribute__((naked)) void svcall_handler(void) {
+  __asm("ldr r0, =stack_in_handler\n\tstr sp, [r0]\n\tmov r0, #0x40000000\n\tvmov s0, r0\n\tbx lr");
+}
+
+static uint32_t s0_after_exception(void) {
+  uint32_t r;
+  __asm volatile("vmov s0, %1\n\tsvc #0\n\tvmov %0, s0" : "=r"(r) : "r"(0x3F800000) : "s0");
+  return r;
+}
+
+static uint32_t handler_stack_modulo_8(void) {
+  __asm volatile("sub sp, #4\n\tsvc #0\n\tadd sp, #4" ::: "s0", "memory");
+  return stack_in_handler % 8;
+}
+
 int main(void) {
   LINE("sbfx 8 bits of 0x000007f0", sbfx8(0x000007F0 | zero));
   LINE("sbfx 8 bits of 0x00000800", sbfx8(0x00000800 | zero));
@@ -65,6 +91,8 @@ int main(void) {
   LINE("sxtab 1000 + (int8_t)0xff", sxtab(1000 + zero, 0xFF));
   LINE("sxtab 16 + (int8_t)5", sxtab(16 + zero, 5));
   LINE("sxtah 70000 + (int16_t)5", sxtah(70000 + zero, 5));
+  LINE("revsh of 0x0000007f", revsh(0x7F | zero));
+  LINE("revsh of 0x00000100", revsh(0x100 | zero));
   LINE("smlal high of 0x80000000 + 0", smlal_high(0x80000000 | zero, 0, 0, 0));
   LINE("smlal high of 0x7fffffff + 0", smlal_high(0x7FFFFFFF | zero, 0, 0, 0));
   LINE("vcvt.u32 of 3e9", from_float(3.0e9f + (float)zero));
@@ -76,5 +104,7 @@ int main(void) {
   LINE("vfma 1.0001 * 1.0001 - 1.0002",
        fused(1.0001f + (float)zero, 1.0001f + (float)zero, -1.0002f));
   LINE("inf - inf", bits(INFINITY - (INFINITY + (float)zero)) & 0x7FC00000);
+  LINE("s0 = 1 after a handler used it", s0_after_exception());
+  LINE("sp mod 8 in a handler, 4 before", handler_stack_modulo_8());
   return 0;
 }

@@ -34,7 +34,7 @@ int main(void) {
   printf("7 / 0 = %lu without the trap\n", (unsigned long)(7 / zero));
   CCR |= CCR_DIV_0_TRP;
   SHCSR = SHCSR_USGFAULTENA;
-  const uint32_t quotient = 7 / zero;
+  volatile uint32_t quotient = 7 / zero;
   __asm volatile("nop");
   printf("7 / 0 = %lu, usage faults %lu, divide by zero %lu\n", (unsigned long)quotient,
          (unsigned long)usage_faults, (unsigned long)(fault_status >> 25 & 1));

@@ -20,8 +20,8 @@ static void print_double(const char* name, double value) {
          (unsigned long)(raw & 0xFFFFFFFFu), value);
 }
 
-static const volatile float kInputs[] = {0.1f,      1.0f,      -2.5f,   3.14159274f, 1.0e-20f,
-                                         7.0e20f,   -0.3333f,  65537.0f, 1.17549435e-38f, 1.0e-40f,
+static const volatile float kInputs[] = {0.1f,        1.0f,     -2.5f,    3.14159274f,     1.0e-20f,
+                                         7.0e20f,     -0.3333f, 65537.0f, 1.17549435e-38f, 1.0e-40f,
                                          16777217.0f, -123.456f};
 enum { kCount = sizeof kInputs / sizeof *kInputs };
 
@@ -46,7 +46,7 @@ static void arithmetic(void) {
 }
 
 static void conversions(void) {
-  static const volatile float values[] = {0.0f,    0.99f,   -0.99f,  1.5f,          -1.5f,
+  static const volatile float values[] = {0.0f,   0.99f,   -0.99f,  1.5f,           -1.5f,
                                           1.0e9f, -1.0e9f, 5.0e18f, -2147483648.0f, 3.0e38f};
   for (unsigned i = 0; i < sizeof values / sizeof *values; ++i) {
     const float value = values[i];

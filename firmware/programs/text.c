@@ -26,7 +26,8 @@ static void strings(void) {
   printf("%s|%s|%d\n", strchr(buffer, 'q'), strrchr(buffer, 'o'), strstr(buffer, "cat") == NULL);
   printf("%d %d %d\n", strcmp("abc", "abd") < 0, strncmp("abcx", "abcy", 3),
          memcmp("\x80", "\x7F", 1) > 0);
-  for (char* p = buffer; *p != '\0'; ++p) *p = (char)(isalpha((unsigned char)*p) ? toupper(*p) : '_');
+  for (char* p = buffer; *p != '\0'; ++p)
+    *p = (char)(isalpha((unsigned char)*p) ? toupper(*p) : '_');
   printf("%s\n", buffer);
   for (char* word = strtok(buffer, "_"); word != NULL; word = strtok(NULL, "_")) {
     printf("%s.", word);

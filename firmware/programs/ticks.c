@@ -7,14 +7,14 @@
 #include "drivers/systick.h"
 
 // Ticks between the two reads of the counter. The second read counts itself: 1 + body.
-#define TICKS_OF(body)                                                          \
-  ({                                                                            \
-    uint32_t first, second;                                                     \
-    __asm volatile("ldr %0, [%2]\n\t" body "\n\tldr %1, [%2]"                   \
-                   : "=&r"(first), "=&r"(second)                                \
-                   : "r"(0xE0001004u)                                           \
-                   : "r0", "r1", "r2", "r3", "cc", "memory");                   \
-    second - first;                                                             \
+#define TICKS_OF(body)                                        \
+  ({                                                          \
+    uint32_t first, second;                                   \
+    __asm volatile("ldr %0, [%2]\n\t" body "\n\tldr %1, [%2]" \
+                   : "=&r"(first), "=&r"(second)              \
+                   : "r"(0xE0001004u)                         \
+                   : "r0", "r1", "r2", "r3", "cc", "memory"); \
+    second - first;                                           \
   })
 
 static volatile uint32_t moments[4], taken;
@@ -31,8 +31,7 @@ int main(void) {
   printf("loop of 1000 %lu\n",
          (unsigned long)TICKS_OF("movw r0, #1000\n1:\n\tsubs r0, r0, #1\n\tbne 1b"));
   printf("division %lu\n", (unsigned long)TICKS_OF("mov r0, #99\n\tmov r1, #7\n\tudiv r0, r0, r1"));
-  printf("push and pop of four %lu\n",
-         (unsigned long)TICKS_OF("push {r0-r3}\n\tpop {r0-r3}"));
+  printf("push and pop of four %lu\n", (unsigned long)TICKS_OF("push {r0-r3}\n\tpop {r0-r3}"));
   printf("skipped conditional %lu\n",
          (unsigned long)TICKS_OF("cmp r0, r0\n\tit ne\n\tmovne r0, #1"));
   systick_start(5000);

@@ -97,8 +97,7 @@ void ConfigurationFileHandler::InitDataGenerators(const JsonPlace& board,
   nlohmann::json list = nlohmann::json::array();
   for (const JsonPlace& generator : generators.Elements()) {
     if (!generator.Has("type")) {
-      throw UserError(
-          "Missing 'type' key in data generator. Please check your scenario.json file");
+      throw UserError("Missing 'type' key in data generator. Please check your scenario.json file");
     }
     list.push_back(generator.value());
   }

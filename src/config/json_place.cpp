@@ -77,11 +77,10 @@ double JsonPlace::Number() const {
 template <class T>
 T JsonPlace::Integer(T lowest, T highest) const {
   const bool fits =
-      value_.is_number_unsigned() ? std::cmp_less_equal(value_.get<unsigned long>(), highest)
-      : value_.is_number_integer()
-          ? std::cmp_greater_equal(value_.get<long>(), lowest) &&
-                std::cmp_less_equal(value_.get<long>(), highest)
-          : false;
+      value_.is_number_unsigned()  ? std::cmp_less_equal(value_.get<unsigned long>(), highest)
+      : value_.is_number_integer() ? std::cmp_greater_equal(value_.get<long>(), lowest) &&
+                                         std::cmp_less_equal(value_.get<long>(), highest)
+                                   : false;
   if (!fits) {
     Fail("an integer from " + std::to_string(lowest) + " to " + std::to_string(highest));
   }
@@ -92,9 +91,7 @@ int JsonPlace::Int32() const {
   return Integer(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
 }
 
-unsigned JsonPlace::Unsigned32() const {
-  return Integer(0u, std::numeric_limits<unsigned>::max());
-}
+unsigned JsonPlace::Unsigned32() const { return Integer(0u, std::numeric_limits<unsigned>::max()); }
 
 unsigned long JsonPlace::Unsigned64() const {
   return Integer(0ul, std::numeric_limits<unsigned long>::max());

@@ -32,7 +32,8 @@ bool ConfigurationFileHandler::IsSdkPathExist(const std::string& candidate) {
   return std::ifstream(candidate + "zandor/__version__.py").is_open();
 }
 
-std::string ConfigurationFileHandler::GetBoardJsonPath(const std::string& platform, const std::string& executable_path) {
+std::string ConfigurationFileHandler::GetBoardJsonPath(const std::string& platform,
+                                                       const std::string& executable_path) {
   return GetSdkPath(executable_path) + "zandor/platforms/default-boards/" + platform +
          "_default_board.json";
 }

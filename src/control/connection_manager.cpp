@@ -111,8 +111,8 @@ void ConnectionManager::ClientHandler() {
   while (IsRunning()) {
     unsigned char header[4];
     if (ReadExactAmount(header, sizeof(header)) < 1) return;
-    const unsigned length = static_cast<unsigned>(header[0]) << 24 | header[1] << 16 |
-                            header[2] << 8 | header[3];
+    const unsigned length =
+        static_cast<unsigned>(header[0]) << 24 | header[1] << 16 | header[2] << 8 | header[3];
     if (length > kMaxFrameBytes) {
       // Most likely no client of ours; the run goes on without it.
       const std::string text = "Frame of " + std::to_string(length) +

@@ -1,7 +1,7 @@
-// The control connection: JSON messages over TCP, by which a host SDK drives the run and hears of it.
-// Frames are a length of 4 bytes, big-endian, and that many bytes of JSON text. The first message is
-// the handshake; after it commands are queued by the server's thread and carried out on the
-// simulation thread at a tick.
+// The control connection: JSON messages over TCP, by which a host SDK drives the run and hears of
+// it. Frames are a length of 4 bytes, big-endian, and that many bytes of JSON text. The first
+// message is the handshake; after it commands are queued by the server's thread and carried out on
+// the simulation thread at a tick.
 #pragma once
 
 #include <atomic>

@@ -43,16 +43,11 @@ SudoHandler::~SudoHandler() = default;
 
 const std::unordered_map<std::string, SudoHandler::Command>& SudoHandler::Commands() {
   static const std::unordered_map<std::string, Command> commands{
-      {kStopAfterCommand, &SudoHandler::StopAfter},
-      {kResume_Command, &SudoHandler::ResumeRunning},
-      {kCancelStop, &SudoHandler::CancelStop},
-      {kSetTimer, &SudoHandler::SetTimerCommand},
-      {kGetState, &SudoHandler::GetState},
-      {kGetDeviceTime, &SudoHandler::GetDeviceTime},
-      {kTerminate, &SudoHandler::Terminate},
-      {kPause, &SudoHandler::Pause},
-      {kSetPinLevel, &SudoHandler::SetPinLevel},
-      {kGetPinLevel, &SudoHandler::GetPinLevel},
+      {kStopAfterCommand, &SudoHandler::StopAfter}, {kResume_Command, &SudoHandler::ResumeRunning},
+      {kCancelStop, &SudoHandler::CancelStop},      {kSetTimer, &SudoHandler::SetTimerCommand},
+      {kGetState, &SudoHandler::GetState},          {kGetDeviceTime, &SudoHandler::GetDeviceTime},
+      {kTerminate, &SudoHandler::Terminate},        {kPause, &SudoHandler::Pause},
+      {kSetPinLevel, &SudoHandler::SetPinLevel},    {kGetPinLevel, &SudoHandler::GetPinLevel},
   };
   return commands;
 }
@@ -155,9 +150,7 @@ void SudoHandler::TimerNotify(Timer* timer) {
   running_timers_.erase(running);
 }
 
-void SudoHandler::SendTimerNotify(int id) {
-  SendEvent({{kDescription, kTimerID}, {kValue, id}});
-}
+void SudoHandler::SendTimerNotify(int id) { SendEvent({{kDescription, kTimerID}, {kValue, id}}); }
 
 // ---- Tasks ----
 

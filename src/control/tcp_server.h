@@ -1,5 +1,6 @@
 // A TCP server for one client at a time, with a thread that accepts and reads.
-// The thread never lets an exception out: what ends it is logged, and ends the run with exit code 1.
+// The thread never lets an exception out: what ends it is logged, and ends the run with exit
+// code 1.
 #pragma once
 
 #include <sys/select.h>

@@ -57,13 +57,13 @@ Shape SettleShape(my_insn_t& insn, bool writeback);
 
 // pc += size.
 template <Form f>
-void Advance() {
+[[gnu::always_inline]] inline void Advance() {
   registers_->pc() += f.size_bytes != 0 ? f.size_bytes : CurrentInstruction().size;
 }
 
 // The condition of a conditional form. When it fails the instruction is over, pc moved on.
 template <Form f>
-[[nodiscard]] bool SkippedByCondition() {
+[[nodiscard, gnu::always_inline]] inline bool SkippedByCondition() {
   if constexpr (f.Has(kConditional)) {
     if (InItBlock()) ItAdvance();
     if (!CodeCondition()) {
@@ -76,7 +76,7 @@ template <Form f>
 
 // First source: operand 1 of a three-operand form, otherwise operand 0.
 template <Form f>
-unsigned First() {
+[[gnu::always_inline]] inline unsigned First() {
   if constexpr (f.shape == Shape::kAny) {
     return f.Has(kThreeOperands) ? get_op<1, kValue>() : get_op<0, kValue>();
   } else {
@@ -86,7 +86,7 @@ unsigned First() {
 
 // Last source: operand 2 of a three-operand form, otherwise operand 1.
 template <Form f>
-unsigned Second() {
+[[gnu::always_inline]] inline unsigned Second() {
   const my_insn_t& insn = CurrentInstruction();
   if constexpr (f.shape == Shape::kAny) {
     return f.Has(kThreeOperands) ? get_op<2, kValue>() : get_op<1, kValue>();
@@ -107,7 +107,7 @@ unsigned Second() {
 // Operand 0 takes the value. No test for pc: a data-processing instruction that names pc stores
 // the value and then adds the size.
 template <Form f>
-void WriteResult(unsigned value) {
+[[gnu::always_inline]] inline void WriteResult(unsigned value) {
   if constexpr (f.shape == Shape::kAny) {
     set_reg<0>(value);
   } else {
@@ -116,12 +116,12 @@ void WriteResult(unsigned value) {
 }
 
 template <Form f>
-void MarkFloatingPoint() {
+[[gnu::always_inline]] inline void MarkFloatingPoint() {
   if constexpr (f.Has(kFloatingPoint)) registers_->control() |= control::kFpContext;
 }
 
 template <Form f>
-void WriteAndAdvance(unsigned value) {
+[[gnu::always_inline]] inline void WriteAndAdvance(unsigned value) {
   WriteResult<f>(value);
   MarkFloatingPoint<f>();
   Advance<f>();

@@ -14,6 +14,10 @@ class Memory;
 class MemoryExclusiveness;
 class Registers;
 
+// Hidden from other modules, so that an access is one instruction in a position-independent
+// executable that exports its functions.
+#pragma GCC visibility push(hidden)
+
 inline Mcu* mcu_ = nullptr;
 inline Registers* registers_ = nullptr;
 inline Interrupts* interrupts_ = nullptr;
@@ -30,5 +34,7 @@ inline my_insn_t** pc_offset_2_my_insn_struct_ = nullptr;
 inline unsigned program_len_ = 0;
 inline MemoryExclusiveness* memory_exclusiveness_ = nullptr;
 inline bool code_cover_report_ = false;
+
+#pragma GCC visibility pop
 
 }  // namespace orvo

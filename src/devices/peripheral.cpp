@@ -28,16 +28,13 @@ Peripheral::Peripheral(Mcu* mcu, const nlohmann::json& component) : mcu_(mcu) {
   if (!place.Has("generators")) return;
   const JsonPlace generators = place["generators"];
   for (const auto& [field, id] : generators.Object().items()) {
-    generators_[field] =
-        mcu->GetScenario().GetDataGenerator(generators[field].Unsigned32(), mcu);
+    generators_[field] = mcu->GetScenario().GetDataGenerator(generators[field].Unsigned32(), mcu);
   }
 }
 
 Peripheral::~Peripheral() = default;
 
-DataGenerator* Peripheral::GetDataGenerator(const std::string& field) {
-  return generators_[field];
-}
+DataGenerator* Peripheral::GetDataGenerator(const std::string& field) { return generators_[field]; }
 
 void Peripheral::DoCommand(const nlohmann::json& command) {
   const JsonPlace place(command, "command");

@@ -47,7 +47,8 @@ constexpr WordRow kFicrValues[] = {
     {Nrf52FICR::INFO_REVISION, 0x05},  // revision 2
 };
 
-// In order of addition: of two sections with one last byte the later is found.
+// In order of addition: of two sections with one last byte the later is found, so that
+// CCM is reached by its name only.
 constexpr SectionRow kSections[] = {
     {"Flash",              0x00000000,  0x80000, Plain},
     {"Data RAM",           0x20000000,  0x10000, Plain},
@@ -77,7 +78,7 @@ constexpr SectionRow kSections[] = {
     {"TEMP",               0x4000C000,     4096, Make<Nrf52TEMP>,          "TEMP"},
     {"RNG",                0x4000D000,     4096, Make<Nrf52RNG>,           "RNG"},
     {"ECB",                0x4000E000,     4096, Make<Nrf52ECB>,           "ECB"},
-    {"CCM",                0x4000F000,     4096, Make<Nrf52CCM>,           "CCM_AAR"},  // by name only
+    {"CCM",                0x4000F000,     4096, Make<Nrf52CCM>,           "CCM_AAR"},
     {"CCM_AAR",            0x4000F000,     4096, Make<Nrf52AAR>,           "CCM_AAR"},
     {"WDT",                0x40010000,     4096, Make<Nrf52WDT>,           "WDT"},
     {"RTC1",               0x40011000,     4096, Make<Nrf52RTC>,           "RTC1"},

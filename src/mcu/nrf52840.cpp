@@ -71,7 +71,8 @@ constexpr WordRow kTempValues[] = {
 // P1's first register is at 0x50000804, but its section starts inside P0's page. The search takes
 // the section with the lowest last byte at or above the address: P0 ends at 0x50000800, behind its
 // last register and before P1's first, and so neither hides the other.
-// In order of addition: of two sections with one last byte the later is found.
+// In order of addition: of two sections with one last byte the later is found, so that
+// CCM is reached by its name only.
 constexpr SectionRow kSections[] = {
     {"Flash",              0x00000000, 0x100000, Plain},
     {"Data RAM",           0x20000000,  0x40000, Plain},
@@ -102,7 +103,7 @@ constexpr SectionRow kSections[] = {
     {"TEMP",               0x4000C000,     4096, Make<Nrf52TEMP>,          "TEMP", kTempValues},
     {"RNG",                0x4000D000,     4096, Make<Nrf52RNG>,           "RNG"},
     {"ECB",                0x4000E000,     4096, Make<Nrf52ECB>,           "ECB"},
-    {"CCM",                0x4000F000,     4096, Make<Nrf52CCM>,           "CCM_AAR"},  // by name only
+    {"CCM",                0x4000F000,     4096, Make<Nrf52CCM>,           "CCM_AAR"},
     {"CCM_AAR",            0x4000F000,     4096, Make<Nrf52AAR>,           "CCM_AAR"},
     {"WDT",                0x40010000,     4096, Make<Nrf52WDT>,           "WDT"},
     {"RTC1",               0x40011000,     4096, Make<Nrf52RTC>,           "RTC1"},

@@ -34,8 +34,7 @@ std::unique_ptr<MemorySection> Plain(Mcu* mcu, const SectionRow& row, const Inte
   return section;
 }
 
-std::unique_ptr<MemorySection> Unimplemented(Mcu* mcu, const SectionRow& row,
-                                             const InterruptMap&) {
+std::unique_ptr<MemorySection> Unimplemented(Mcu* mcu, const SectionRow& row, const InterruptMap&) {
   return std::make_unique<UnimplementedSection>(mcu, row.name, row.start, row.size_bytes);
 }
 

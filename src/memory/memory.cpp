@@ -175,8 +175,8 @@ MemorySection* Memory::LookUpSection(unsigned address) const {
 
 MemorySection* Memory::FindSection(unsigned address) {
   if (MemorySection* section = LookUpSection(address); section != nullptr) return section;
-  std::cerr << "Warning: Unknown address 0x" << IntToHex(address)
-            << ". Raising memory manage fault" << std::endl;
+  std::cerr << "Warning: Unknown address 0x" << IntToHex(address) << ". Raising memory manage fault"
+            << std::endl;
   if (system_control_block_ != nullptr) {
     constexpr unsigned kMmfar = Cm4SystemControlBlock::MMFAR;
     constexpr unsigned kCfsr = Cm4SystemControlBlock::CFSR;

@@ -65,9 +65,8 @@ MemorySection::~MemorySection() = default;
 // --- Accesses ------------------------------------------------------------------------------------
 
 void MemorySection::wrongAddressAccess(unsigned offset) {
-  throw OrvoError("Bad Access, wrong offset 0x" + IntToHex(offset) +
-                  " (address: " + IntToHex(start_ + offset) +
-                  ") accessed in MemorySection. Section: " + name_);
+  throw OrvoError("Bad Access, wrong offset 0x" + IntToHex(offset) + " (address: " +
+                  IntToHex(start_ + offset) + ") accessed in MemorySection. Section: " + name_);
 }
 
 unsigned MemorySection::get(unsigned offset) { return Load<unsigned>(offset); }
@@ -171,10 +170,10 @@ spdlog::logger& MemorySection::log() {
 // --- UnimplementedSection ------------------------------------------------------------------------
 
 void UnimplementedSection::wrongAddressAccess(unsigned offset) {
-  throw UnimplementedSectionError(
-      "section=" + name() + "\tPC=0x" + IntToHex(mcu_->registers().pc()) +
-      "\tTick Count=" + std::to_string(mcu_->clock().TickCount()) + "\t address=0x" +
-      IntToHex(start() + offset));
+  throw UnimplementedSectionError("section=" + name() + "\tPC=0x" +
+                                  IntToHex(mcu_->registers().pc()) +
+                                  "\tTick Count=" + std::to_string(mcu_->clock().TickCount()) +
+                                  "\t address=0x" + IntToHex(start() + offset));
 }
 
 unsigned UnimplementedSection::get(unsigned offset) {

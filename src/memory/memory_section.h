@@ -99,7 +99,7 @@ class MemorySection : public Peripheral {
     const size_t length = Within<T>(offset);
     if (length == sizeof(T)) {
       std::memcpy(&value, bytes_.get() + offset, sizeof(T));
-    } else {
+    } else if (length != 0) {
       std::memcpy(&value, bytes_.get() + offset, length);
     }
     return value;
@@ -109,7 +109,7 @@ class MemorySection : public Peripheral {
     const size_t length = Within<T>(offset);
     if (length == sizeof(T)) {
       std::memcpy(bytes_.get() + offset, &value, sizeof(T));
-    } else {
+    } else if (length != 0) {
       std::memcpy(bytes_.get() + offset, &value, length);
     }
   }

@@ -203,9 +203,8 @@ void PeripheralMemory::setByte(unsigned offset, unsigned char value) {
   }
   const unsigned shift = 8 * (offset % 2);
   const unsigned half = MemorySection::getHalfWord(HalfWordOf(offset));
-  setHalfWord(HalfWordOf(offset),
-              static_cast<unsigned short>((half & ~(0xffu << shift)) |
-                                          static_cast<unsigned>(value) << shift));
+  const unsigned merged = (half & ~(0xffu << shift)) | static_cast<unsigned>(value) << shift;
+  setHalfWord(HalfWordOf(offset), static_cast<unsigned short>(merged));
 }
 
 }  // namespace orvo

@@ -74,6 +74,7 @@ class REGISTER_CLASS : public PeripheralMemory {
 #undef ORVO_ONE
 #undef ORVO_MANY
 
+// clang-format off
 #define ORVO_ONE(bits, o, name, access, reset)                          \
   ORVO_READABLE_##access(virtual unsigned get_##name(unsigned offset);, ) \
   ORVO_WRITABLE_##access(virtual void set_##name(unsigned offset, ORVO_TYPE_##bits value);, )
@@ -81,6 +82,7 @@ class REGISTER_CLASS : public PeripheralMemory {
   ORVO_READABLE_##access(virtual unsigned get_##name(unsigned offset, unsigned index);, )   \
   ORVO_WRITABLE_##access(                                                                   \
       virtual void set_##name(unsigned offset, unsigned index, ORVO_TYPE_##bits value);, )
+// clang-format on
 #include REGISTER_LIST
 #undef ORVO_ONE
 #undef ORVO_MANY

@@ -25,6 +25,7 @@ namespace orvo {
 #define ORVO_DEFAULT_TASK(bits, name) \
   ThrowUnsupportedTask(ORVO_TEXT(REGISTER_CLASS) "::set_" #name ": unsupported task")
 
+// clang-format off
 #define ORVO_GET_DEFAULT(bits, name, ...) \
   unsigned REGISTER_CLASS::get_##name(__VA_ARGS__) { return ORVO_LOAD_##bits(offset); }
 #define ORVO_SET_DEFAULT(bits, name, access, ...)   \
@@ -42,6 +43,7 @@ namespace orvo {
   ORVO_WRITABLE_##access(                                                             \
       ORVO_SET_DEFAULT(bits, name, access, [[maybe_unused]] unsigned offset, unsigned, \
                        [[maybe_unused]] ORVO_TYPE_##bits value), )
+// clang-format on
 #include REGISTER_LIST
 #undef ORVO_ONE
 #undef ORVO_MANY
@@ -50,6 +52,7 @@ namespace orvo {
 
 #define ORVO_ROWS ORVO_JOIN(k, ORVO_JOIN(REGISTER_CLASS, Rows))
 
+// clang-format off
 // The operations are virtual, so that a handler's override is what runs.
 #define ORVO_GETTER(call)                                                \
   [](PeripheralMemory* section, [[maybe_unused]] unsigned offset,        \
@@ -71,6 +74,7 @@ namespace orvo {
   {o, count, stride, bits, reset,                                                          \
    ORVO_READABLE_##access(ORVO_GETTER(get_##name(offset, index)), nullptr),                \
    ORVO_WRITABLE_##access(ORVO_SETTER(set_##name(offset, index, ORVO_VALUE(bits))), nullptr)},
+// clang-format on
 namespace {
 constexpr RegisterRow ORVO_ROWS[] = {
 #include REGISTER_LIST

@@ -13,11 +13,11 @@ namespace orvo {
 
 // One register, or an array of equal ones.
 struct RegisterRow {
-  unsigned offset;       // of the first element, in bytes
-  unsigned count;        // elements, 1 for a single register
-  unsigned stride;       // bytes between elements
-  unsigned size_bits;    // 8, 16 or 32
-  unsigned reset_value;  // of every element
+  unsigned offset;                  // of the first element, in bytes
+  unsigned count;                   // elements, 1 for a single register
+  unsigned stride;                  // bytes between elements
+  unsigned size_bits;               // 8, 16 or 32
+  unsigned reset_value;             // of every element
   RegisterAccessor::Getter getter;  // null for a write-only register
   RegisterAccessor::Setter setter;  // null for a read-only register
 };

@@ -18,7 +18,7 @@ namespace {
 constexpr char kHelp[] = "help";
 constexpr char kUartOutput[] = "uart_output";
 
-// The group of the options that make up the told text; a group with a name prints behind it.
+// The group without a name; the help prints named groups behind it.
 constexpr char kMainGroup[] = "";
 
 struct OptionRow {
@@ -59,15 +59,19 @@ void AddOptions(cxxopts::Options& options, const char* group, const std::vector<
 }
 
 // The library takes the value of an option with an implicit value only behind "=". Here the
-// argument behind -u is its value too, unless it is an option.
+// argument behind -u is its value too, unless it is an option, and so is a destination that
+// follows without a blank; "-uy" stays two options.
 std::vector<std::string> JoinUartOutput(int argc, char** argv) {
+  const std::string value_of_uart_output = std::string("--") + kUartOutput + "=";
   std::vector<std::string> arguments;
   if (argc == 0) arguments.emplace_back();  // the library skips the program's name
   for (int i = 0; i < argc; ++i) {
     const std::string argument = argv[i];
-    if (i > 0 && i + 1 < argc && argv[i + 1][0] != '-' &&
-        (argument == "-u" || argument == std::string("--") + kUartOutput)) {
-      arguments.push_back(std::string("--") + kUartOutput + "=" + argv[++i]);
+    const bool names_it = argument == "-u" || argument == std::string("--") + kUartOutput;
+    if (i > 0 && names_it && i + 1 < argc && argv[i + 1][0] != '-') {
+      arguments.push_back(value_of_uart_output + argv[++i]);
+    } else if (i > 0 && argument.starts_with("-u") && argument.find(':') != std::string::npos) {
+      arguments.push_back(value_of_uart_output + argument.substr(2));
     } else {
       arguments.push_back(argument);
     }

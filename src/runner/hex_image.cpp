@@ -79,6 +79,10 @@ bool HexImage::GetNextData(unsigned* address, unsigned* value) {
   return true;
 }
 
+void HexImage::SkipToEnd() {
+  while (!end_of_file_) ReadLine();
+}
+
 void HexImage::ReadLine() {
   for (;;) {
     ReadRecord();

@@ -1,4 +1,4 @@
-// Intel HEX. Source: Intel, "Hexadecimal Object File Format Specification", revision A.
+// Intel HEX. Source: Intel, "Hexadecimal Object File Format", revision A.
 //
 //   : LL AAAA TT DD..DD CC     byte count, address, type, data, checksum
 //
@@ -25,6 +25,7 @@ class HexImage : public Image {
   // without an end record; both name the line.
   bool GetNextData(unsigned* address, unsigned* value) override;
   unsigned long Size() const override { return size_bytes_; }
+  void SkipToEnd() override;
 
  private:
   // Goes to the next data record, or sets end_of_file_.

@@ -25,6 +25,8 @@ class Image {
   virtual void Close();
   // Bytes of data in the file, as far as it was read: wholly after the last pair.
   virtual unsigned long Size() const = 0;
+  // Gives up the words that are left, so that the size is known.
+  virtual void SkipToEnd() {}
 
  protected:
   // Opens a regular file that isn't empty. Errors begin with `failure` and the path.

@@ -52,7 +52,9 @@ class Simulation {
     wires_ = std::make_unique<WireManager>(connection_.get(), kWireCount, args.gpio, false);
     scenario_->Init("scenario.json");
     mcu_ = CreateMcu(args.mcu, *scenario_, wires_.get(), connection_.get());
-    connection_->Start(args.sdk_port, args.wait_for_connection);
+    // A run that was ended before the connection listened must not wait for a client.
+    const bool wait = args.wait_for_connection && !OrvoSignals::Get().terminate.WasEmitted();
+    connection_->Start(args.sdk_port, wait);
     program_ = std::make_unique<Program>(*mcu_, args.argv0, args.image);
     OrvoSignals::Get().options_parsed.emit(args);
     logger::debug("main") << "Program is running...";

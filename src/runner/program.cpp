@@ -1,6 +1,7 @@
 // Preparation of a run.
 #include "runner/program.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <iostream>
@@ -81,7 +82,7 @@ void Program::SetProcessWideVariables() {
 
 void Program::LoadBinaryFile() {
   if (GetFilePath(image_file_).empty()) {
-    const std::string reason = image_file_.empty() ? "no image was given, which -i/--image does"
+    const std::string reason = image_file_.empty() ? "none was given with -i/--image"
                                                    : image_file_ + ": " + std::strerror(errno);
     throw OrvoError(
         "Missing image file. Check your internet connection and use the newest version of sdk (" +
@@ -116,10 +117,7 @@ void Program::LoadWord(MemorySection& flash, unsigned address, unsigned value) {
 }
 
 void Program::ImageDoesNotFit(const MemorySection& flash, unsigned address) {
-  unsigned ignored_address = 0;
-  unsigned ignored_value = 0;
-  while (image_->GetNextData(&ignored_address, &ignored_value)) {
-  }
+  image_->SkipToEnd();
   throw UserError("Image file doesn't fit into " + chip_.GetName() + ": " + image_file_ + " of " +
                   std::to_string(image_->Size()) + " bytes has data at 0x" + IntToHex(address) +
                   ", the flash has " + std::to_string(flash.size()) + " bytes from 0x" +

@@ -29,6 +29,7 @@ void Program::RunProgram() {
   const unsigned pc_mask = ~flash_address_;
   const unsigned program_len = program_len_;
   const unsigned long start_tick = ArgsManager::Get().start_tick;
+  const unsigned stop_pc = ArgsManager::Get().pc_pos;
 
   // What is due at tick 0 comes before the first instruction.
   clock.HandleSelfTickListeners();
@@ -43,7 +44,7 @@ void Program::RunProgram() {
       unsigned offset = pc & pc_mask;
       if (offset <= program_len) {
         if constexpr (PcPos) {
-          if (DumpedDataAndCanExit(pc)) break;
+          if (pc == stop_pc && DumpedDataAndCanExit(pc)) break;
         }
         if constexpr (Functions) function_tracer_.TraceEnterToNewFunction(pc, *trace_stream_);
         if constexpr (Regs) {

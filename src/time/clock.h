@@ -82,7 +82,7 @@ class Clock {
   bool enabled_ = true;
 
  private:
-  void UpdateNextListenerTick();  // lock held
+  void UpdateNextListenerTick();                                          // lock held
   void Insert(unsigned long tick, TickListener* listener, bool by_time);  // lock held
   void Remove(Places::iterator place);                                    // lock held
 

@@ -14,20 +14,7 @@ namespace {
 // Low four bits of an EXC_RETURN value.
 enum ReturnTo : unsigned { kHandlerMain = 1, kThreadMain = 9, kThreadProcess = 13 };
 
-void (*forget_it_state)() = nullptr;
-void (*restore_it_state)(unsigned it_state) = nullptr;
-
 }  // namespace
-
-void Interrupts::SetDecoderHooks(void (*forget)(), void (*restore)(unsigned it_state)) {
-  forget_it_state = forget;
-  restore_it_state = restore;
-}
-
-void Interrupts::ForgetItState() {
-  mcu_->registers().xpsr() &= ~(kItLowBits | kItHighBits);
-  if (forget_it_state != nullptr) forget_it_state();
-}
 
 unsigned Interrupts::CurrentInterruptNumber() const {
   return mcu_->registers().xpsr() & xpsr::kExceptionNumber;
@@ -102,10 +89,10 @@ void Interrupts::EnterException(unsigned exception_number, unsigned handler) {
   unsigned icsr = GetICSR(mcu_) & ~(scb::kRetToBase | scb::kVectActive);
   if (mode_ == kThreadMode) icsr |= scb::kRetToBase;
   SetICSR(mcu_, icsr | exception_number);
-  registers.xpsr() = (registers.xpsr() & ~xpsr::kExceptionNumber) | exception_number;
+  constexpr unsigned kReplaced = xpsr::kExceptionNumber | kItLowBits | kItHighBits;
+  registers.xpsr() = (registers.xpsr() & ~kReplaced) | exception_number;
   mode_ = kHandlerMode;
   registers.pc() = handler;
-  ForgetItState();
   mcu_->SendMcuInterruptPacket(record.name);
   registers.control() &= ~(control::kProcessStack | control::kFpContext);
   if (trace_ != nullptr) {
@@ -158,7 +145,8 @@ void Interrupts::ReturnFromInterruptIfNeeded() {
 
 bool Interrupts::ThreadIsAllowed() const {
   if (ExceptionActiveCount() == 0) return true;
-  return (mcu_->memory().get<false>(Scb().start() + Cm4SystemControlBlock::CCR) & scb::kNonBaseThrdEna) != 0;
+  return (mcu_->memory().get<false>(Scb().start() + Cm4SystemControlBlock::CCR) &
+          scb::kNonBaseThrdEna) != 0;
 }
 
 // Returns whether the frame agrees with the mode that it returns to.
@@ -169,7 +157,6 @@ bool Interrupts::PopStack() {
   mcu_->restoreRegisters(floating_point);
   const unsigned number = CurrentInterruptNumber();
   SetICSR(mcu_, (GetICSR(mcu_) & ~scb::kVectActive) | number);
-  if (restore_it_state != nullptr) restore_it_state(GetItReg());
   if ((number == 0) == (mode_ == kThreadMode)) return true;
   IntegrityChecksFailed();
   return false;

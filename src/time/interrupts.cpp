@@ -146,14 +146,14 @@ void Interrupts::Reset() {
   pending_.clear();
   pending_empty_ = true;
   SetICSR(mcu_, 0);
-  ForgetItState();
 }
 
 // --- Pending -------------------------------------------------------------------------------------
 
 bool Interrupts::RaiseInterrupt(int interrupt_number, bool pending) {
   const bool changed = SetPending(interrupt_number, pending);
-  if (changed || (pending && (Scb().MemorySection::get(Cm4SystemControlBlock::SCR) & scb::kSevOnPend) != 0)) {
+  if (changed ||
+      (pending && (Scb().MemorySection::get(Cm4SystemControlBlock::SCR) & scb::kSevOnPend) != 0)) {
     mcu_->SetEventHappened(true);
   }
   return changed;
@@ -187,7 +187,8 @@ bool Interrupts::SetPending(int interrupt_number, bool pending) {
   }
   record.pending = true;
   if (interrupt_number == kMemManage) {
-    Scb().set(Cm4SystemControlBlock::CFSR, Scb().get(Cm4SystemControlBlock::CFSR) | scb::kDaccViol | scb::kMmarValid);
+    Scb().set(Cm4SystemControlBlock::CFSR,
+              Scb().get(Cm4SystemControlBlock::CFSR) | scb::kDaccViol | scb::kMmarValid);
   }
   EmplacePendingInterrupt(exception_number);
   return true;
@@ -196,7 +197,8 @@ bool Interrupts::SetPending(int interrupt_number, bool pending) {
 // A fault that is disabled becomes a Hard Fault (ARMv7-M ARM, B1.5.14), and isn't pending itself.
 void Interrupts::EscalateFault(int interrupt_number) {
   if (interrupt_number == kMemManage) {
-    Scb().set(Cm4SystemControlBlock::CFSR, Scb().get(Cm4SystemControlBlock::CFSR) | scb::kImpreciseErr);
+    Scb().set(Cm4SystemControlBlock::CFSR,
+              Scb().get(Cm4SystemControlBlock::CFSR) | scb::kImpreciseErr);
   }
   Memory& memory = mcu_->memory();
   const unsigned address = Scb().start() + Cm4SystemControlBlock::HFSR;

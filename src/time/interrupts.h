@@ -82,10 +82,6 @@ class Interrupts {
   // instruction.
   const bool* pending_empty() const { return &pending_empty_; }
 
-  // The decoder keeps an IT state of its own, by order of decoding: `forget` is called after an
-  // entry and a reset, `restore` after a return, with the IT byte of the restored xPSR.
-  static void SetDecoderHooks(void (*forget)(), void (*restore)(unsigned it_state));
-
   // The ICSR value lives at an offset of its own; the register's getter composes from it.
   static void SetICSR(Mcu* mcu, unsigned value);
   static unsigned GetICSR(Mcu* mcu);
@@ -115,7 +111,6 @@ class Interrupts {
   void IntegrityChecksFailed();
   bool ThreadIsAllowed() const;
   bool PopStack();
-  void ForgetItState();
   MemorySection& Scb() const;
 
   bool pending_empty_ = true;

@@ -33,8 +33,7 @@ void ServiceTickFunction::UpdateNextDueTick() {
 }
 
 int ServiceTickFunction::GoFunction(unsigned long nanoseconds,
-                                    const std::function<void(int)>& function, bool repeat,
-                                    int id) {
+                                    const std::function<void(int)>& function, bool repeat, int id) {
   const unsigned long interval_ns = repeat ? nanoseconds : GoFunctionData::kOneShot;
   const std::lock_guard lock(lock_);
   return Schedule(TickAfter(nanoseconds), {interval_ns, function, repeat, id});

@@ -38,8 +38,7 @@ void SystemControlBlockHandler::Reset(ResetType type) {
 unsigned SystemControlBlockHandler::get_DWT_CTRL(unsigned offset) {
   const unsigned value = MemorySection::get(offset);
   if ((value & scb::kCycDisable) != 0) {
-    throw OrvoError(
-        "Not supported bit 25 equal 1 in get_DWT_CTRL, Please contact Zandor Team");
+    throw OrvoError("Not supported bit 25 equal 1 in get_DWT_CTRL, Please contact Zandor Team");
   }
   return value;
 }
@@ -47,8 +46,7 @@ unsigned SystemControlBlockHandler::get_DWT_CTRL(unsigned offset) {
 void SystemControlBlockHandler::set_DWT_CTRL(unsigned offset, unsigned value) {
   MemorySection::set(offset, value);
   if ((value & scb::kCycDisable) != 0) {
-    throw OrvoError(
-        "Not supported bit 25 equal 1 in set_DWT_CTRL, Please contact Zandor Team");
+    throw OrvoError("Not supported bit 25 equal 1 in set_DWT_CTRL, Please contact Zandor Team");
   }
 }
 
@@ -95,7 +93,8 @@ unsigned long SystemControlBlockHandler::OnTick(unsigned long) {
   MemorySection::set(CSR, control | scb::kCountFlag);
   if (!running_) return 0;
   start_tick_ = CoreClock().TickCount();
-  if ((control & scb::kTickInt) != 0 || interrupt_forced_) mcu_->interrupts().RaiseInterrupt(kSysTick, true);
+  if ((control & scb::kTickInt) != 0 || interrupt_forced_)
+    mcu_->interrupts().RaiseInterrupt(kSysTick, true);
   const unsigned reload = MemorySection::get(RVR);
   if (reload == 0) {
     running_ = false;
@@ -255,7 +254,8 @@ void SystemControlBlockHandler::set_SHCSR(unsigned offset, unsigned value) {
   mcu_->setEnabled(kBusFault, (value & scb::kBusFaultEna) != 0);
   mcu_->setEnabled(kMemManage, (value & scb::kMemFaultEna) != 0);
   if ((value & scb::kActOrPended) != 0) {
-    throw OrvoError("Unsupported value 0x" + IntToHex(value) + " for SHCSR in System Control Block");
+    throw OrvoError("Unsupported value 0x" + IntToHex(value) +
+                    " for SHCSR in System Control Block");
   }
 }
 

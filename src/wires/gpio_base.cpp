@@ -3,6 +3,9 @@
 
 #include <charconv>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "config/configuration_file_handler.h"
 #include "runner/errors.h"

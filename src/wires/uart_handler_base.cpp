@@ -61,12 +61,10 @@ void UartHandlerBase::UartSend(unsigned char byte, unsigned long count) {
   for (unsigned long k = 0; k < count; ++k) bytes[k] = static_cast<char>(byte + k);
   if (pty_ != nullptr) pty_->Write(bytes);
   SendEvent(byte);
-  if (output_enabled_) {
-    if (output_kind_ == ArgsManager::kTcpPort) {
-      SendToTcpClient(bytes);
-    } else {
-      WriteToStream(bytes);
-    }
+  if (WritesToStream()) {
+    WriteToStream(bytes);
+  } else if (output_enabled_) {
+    SendToTcpClient(bytes);
   }
   if (wires_ != nullptr && tx_wire_ != kNoWire) {
     wires_->SendDataOverWire(tx_wire_, tx_wire_,

@@ -90,16 +90,16 @@ class UartHandlerBase : public Observer<WireDataEvent>, public TickListener {
   void SendToTcpClient(const std::string& bytes);
   void TCPReceivedData(const char* bytes, unsigned long length);
   void SendEvent(unsigned char byte);
+  bool WritesToStream() const { return output_enabled_ && output_kind_ != ArgsManager::kTcpPort; }
+  // Throws UserError if the bytes, or those held before, did not arrive.
   void WriteToStream(const std::string& bytes);
-  // Throws UserError if what was written to the stream did not arrive.
-  void CheckOutput() const;
 
   inline static std::atomic<bool> tcp_server_exists_{false};
 
   bool output_enabled_ = false;
   bool hold_output_ = false;
   std::unique_ptr<UartPty> pty_;
-  std::ostream* output_ = nullptr;
+  std::ostream* output_ = nullptr;  // set while output_enabled_
   std::ofstream file_;
   std::string output_name_;  // in messages
   std::thread receive_thread_;

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iostream>
 #include <string_view>
-#include <utility>
 
 #include "runner/errors.h"
 #include "runner/logger.h"
@@ -68,19 +67,13 @@ void UartHandlerBase::WriteToStream(const std::string& bytes) {
   errno = 0;
   output_->write(bytes.data(), static_cast<long>(bytes.size()));
   if (!hold_output_) output_->flush();
-  CheckOutput();
+  if (output_->good()) return;
+  throw UserError("UartHandlerBase: can't write to " + output_name_ + ": " + SystemsReason());
 }
 
 void UartHandlerBase::ReleaseOutput() {
-  if (!std::exchange(hold_output_, false)) return;
-  errno = 0;
-  output_->flush();
-  CheckOutput();
-}
-
-void UartHandlerBase::CheckOutput() const {
-  if (output_->good()) return;
-  throw UserError("UartHandlerBase: can't write to " + output_name_ + ": " + SystemsReason());
+  hold_output_ = false;
+  if (WritesToStream()) WriteToStream("");
 }
 
 // --- Pseudo-terminal ---------------------------------------------------------------------------

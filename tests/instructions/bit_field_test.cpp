@@ -11,7 +11,7 @@ const InstructionCase kBitField[] = {
   {"ubfx r0,r1,#0,#32", 0xf3c1001f, {0, 0xabcdef12}, "----", {0xabcdef12}, "----"},
   {"ubfx r0,r1,#31,#1", 0xf3c170c0, {0, 0x80000000}, "----", {1},          "----"},
   // The bit above the field decides, and what is put above it has gaps.
-  {"sbfx r0,r1,#0,#8",  0xf3410007, {0, 0x80},       "----", {0x80},       "----"},
+  {"sbfx r0,r1,#0,#8",  0xf3410007, {0, 0x280},      "----", {0x80},       "----"},
   {"sbfx r0,r1,#0,#8",  0xf3410007, {0, 0x100},      "----", {0xffffff00}, "----"},
   {"sbfx r0,r1,#4,#9",  0xf3411008, {0, 0x3000},     "----", {0xfffff700}, "----"},
   {"sbfx r0,r1,#3,#1",  0xf34100c0, {0, 0x10},       "----", {0xfffffff7}, "----"},

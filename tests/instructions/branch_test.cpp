@@ -65,7 +65,7 @@ const BranchCase kBranches[] = {
 // clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Table, Branch, testing::ValuesIn(kBranches),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& row) { return row.param.name; });
 
 // Firmware that runs in the alias of flash at 0 goes on at the flash address.
 TEST(BranchTargets, AreOredWithTheBaseOfFlash) {

@@ -4,11 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "instructions/case_name.h"
 #include "support/core_bench.h"
 
 namespace orvo {
@@ -28,14 +28,8 @@ inline std::ostream& operator<<(std::ostream& out, const InstructionCase& c) {
   return out << std::dec << " and " << c.flags;
 }
 
-// "adds_r0_r1_r2_" and the row's number.
 inline std::string CaseName(const testing::TestParamInfo<InstructionCase>& info) {
-  std::string name;
-  for (const char letter : std::string(info.param.assembly) + "_" + std::to_string(info.index)) {
-    const bool usable = std::isalnum(static_cast<unsigned char>(letter)) != 0;
-    if (usable || (!name.empty() && name.back() != '_')) name += usable ? letter : '_';
-  }
-  return name;
+  return RowName(info);
 }
 
 // What a register holds that a row doesn't mention.

@@ -75,7 +75,7 @@ const MemoryCase kLists[] = {
 
 class RegisterList : public MemoryTest {};
 TEST_P(RegisterList, GivesRegistersMemoryAndBase) { RunAndCompare(); }
-INSTANTIATE_TEST_SUITE_P(Table, RegisterList, testing::ValuesIn(kLists), MemoryCaseName);
+INSTANTIATE_TEST_SUITE_P(Table, RegisterList, testing::ValuesIn(kLists), RowName<MemoryCase>);
 
 TEST(RegisterListOfS, CannotBePushedOrPopped) {
   for (const auto& [code, message] :

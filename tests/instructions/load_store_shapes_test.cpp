@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <random>
 #include <set>
 
@@ -11,6 +12,7 @@
 #include "core/decoder.h"
 #include "core/instruction_record.h"
 #include "core/instruction_table.h"
+#include "runner/errors.h"
 #include "support/core_bench.h"
 
 namespace orvo {
@@ -18,7 +20,6 @@ namespace {
 
 constexpr unsigned kAddress = 0x2000;
 constexpr unsigned kRamBytes = 0x400;
-constexpr unsigned kNoReturnValue = 0x7fffffff;  // keeps bx and pop from an exception return
 constexpr unsigned kRamEnd = TestMcu::kRamStart + TestMcu::kRamSizeBytes;
 
 class MemoryShapes : public testing::Test {
@@ -27,6 +28,7 @@ class MemoryShapes : public testing::Test {
     Registers registers;
     std::vector<unsigned char> start_of_ram;
     std::vector<unsigned char> end_of_ram;
+    std::string error;
   };
 
   MemoryShapes() { std::cerr.setstate(std::ios::failbit); }  // warnings of unknown addresses
@@ -59,18 +61,30 @@ class MemoryShapes : public testing::Test {
 
     SetRandomState(address);
     const State before = Save();
-    *current_instruction_ = &record;
-    variants->general()();
-    const State expected = Save();
+    const State expected = Execute(variants->general(), &record);
     Restore(before);
-    chosen();
-    const State actual = Save();
+    const State actual = Execute(chosen, &record);
+    ASSERT_EQ(actual.error, expected.error) << key << " " << disassembly.operand_text;
     for (unsigned id = 0; id < kRegisterCount; ++id) {
       ASSERT_EQ(actual.registers.word(id), expected.registers.word(id))
           << key << " " << disassembly.operand_text << ", register id " << id;
     }
     ASSERT_EQ(actual.start_of_ram, expected.start_of_ram) << key << disassembly.operand_text;
     ASSERT_EQ(actual.end_of_ram, expected.end_of_ram) << key << disassembly.operand_text;
+  }
+
+  // The state afterwards. An exception return of thread mode, which pop may find, is an error.
+  State Execute(Function function, my_insn_t* record) {
+    *current_instruction_ = record;
+    std::string text;
+    try {
+      function();
+    } catch (const OrvoError& error) {
+      text = error.message();
+    }
+    State state = Save();
+    state.error = text;
+    return state;
   }
 
   void CompareRandom(unsigned first, unsigned mask, unsigned count) {
@@ -104,14 +118,17 @@ class MemoryShapes : public testing::Test {
     Registers& registers = bench.registers();
     registers = Registers();
     registers.init(pc, RandomWord());
-    for (unsigned n = 0; n <= kR12 - kR0; ++n) registers.r(n) = RandomWord() & kNoReturnValue;
+    for (unsigned n = 0; n <= kR12 - kR0; ++n) registers.r(n) = RandomWord();
     for (unsigned n = 0; n < 32; ++n) registers.s(n) = RandomWord();
-    registers.lr() = RandomWord() & kNoReturnValue;
+    registers.lr() = RandomWord();
     registers.fpscr() = static_cast<unsigned>(random()) & 0xf000009f;
     // The flags, and the IT state of a block's only instruction.
     registers.xpsr() = (static_cast<unsigned>(random()) & 0xf8000000) | 0x0800;
     for (unsigned char* byte : {RamFromStart(), RamToEnd()}) {
-      for (unsigned n = 0; n < kRamBytes; ++n) byte[n] = static_cast<unsigned char>(random() & 0x7f);
+      for (unsigned n = 0; n < kRamBytes; n += 4) {
+        const unsigned word = static_cast<unsigned>(random());
+        std::memcpy(byte + n, &word, sizeof(word));
+      }
     }
   }
 
@@ -121,7 +138,8 @@ class MemoryShapes : public testing::Test {
   State Save() {
     return {bench.registers(),
             {RamFromStart(), RamFromStart() + kRamBytes},
-            {RamToEnd(), RamToEnd() + kRamBytes}};
+            {RamToEnd(), RamToEnd() + kRamBytes},
+            ""};
   }
   void Restore(const State& state) {
     bench.registers() = state.registers;
@@ -136,16 +154,16 @@ class MemoryShapes : public testing::Test {
 };
 
 TEST_F(MemoryShapes, SixteenBitInstructionsDoWhatTheirGeneralFunctionDoes) {
-  CompareRandom(0x4700, 0x00ff, 300);    // bx, blx
-  CompareRandom(0x4800, 0x07ff, 2000);   // literals
-  CompareRandom(0x5000, 0x0fff, 8000);   // register offsets
-  CompareRandom(0x6000, 0x3fff, 12000);  // immediate offsets
-  CompareRandom(0x9000, 0x0fff, 2000);   // stack offsets
-  CompareRandom(0xb100, 0x0aff, 1000);   // cbz, cbnz
-  CompareRandom(0xb400, 0x09ff, 4000);   // push, pop
-  CompareRandom(0xc000, 0x0fff, 4000);   // ldm, stm
-  CompareRandom(0xd000, 0x0fff, 1000);   // b<cond>
-  CompareRandom(0xe000, 0x07ff, 300);    // b
+  CompareRandom(0x4700, 0x00ff, 300);   // bx, blx
+  CompareRandom(0x4800, 0x07ff, 1000);  // literals
+  CompareRandom(0x5000, 0x0fff, 4000);  // register offsets
+  CompareRandom(0x6000, 0x3fff, 6000);  // immediate offsets
+  CompareRandom(0x9000, 0x0fff, 1000);  // stack offsets
+  CompareRandom(0xb100, 0x0aff, 500);   // cbz, cbnz
+  CompareRandom(0xb400, 0x09ff, 2000);  // push, pop
+  CompareRandom(0xc000, 0x0fff, 2000);  // ldm, stm
+  CompareRandom(0xd000, 0x0fff, 500);   // b<cond>
+  CompareRandom(0xe000, 0x07ff, 300);   // b
   EXPECT_THAT(keys, testing::IsSupersetOf({"ldr_2",
                                            "ldr_cc_2",
                                            "ldrb_2",
@@ -174,11 +192,11 @@ TEST_F(MemoryShapes, SixteenBitInstructionsDoWhatTheirGeneralFunctionDoes) {
 }
 
 TEST_F(MemoryShapes, ThirtyTwoBitInstructionsDoWhatTheirGeneralFunctionDoes) {
-  CompareRandom(0xe8000000, 0x03bfffff, 20000);  // lists and double words
-  CompareRandom(0xe8000000, 0x03ff5fff, 20000);
-  CompareRandom(0xf8000000, 0x01ffffff, 30000);  // single loads and stores
-  CompareRandom(0xf8000900, 0x017ff6ff, 20000);  // with an 8-bit offset
-  CompareRandom(0xf0008000, 0x07ff5fff, 6000);   // branches
+  CompareRandom(0xe8000000, 0x03bfffff, 10000);  // lists and double words
+  CompareRandom(0xe8000000, 0x03ff5fff, 10000);
+  CompareRandom(0xf8000000, 0x01ffffff, 15000);  // single loads and stores
+  CompareRandom(0xf8000900, 0x017ff6ff, 10000);  // with an 8-bit offset
+  CompareRandom(0xf0008000, 0x07ff5fff, 3000);   // branches
   EXPECT_THAT(keys, testing::IsSupersetOf({"ldr_2",
                                            "ldr_2_writeback",
                                            "ldr_3_writeback",
@@ -217,10 +235,10 @@ TEST_F(MemoryShapes, ThirtyTwoBitInstructionsDoWhatTheirGeneralFunctionDoes) {
 }
 
 TEST_F(MemoryShapes, FloatingPointInstructionsDoWhatTheirGeneralFunctionDoes) {
-  CompareRandom(0xed100a00, 0x00cff0ff, 6000);  // vldr, vstr
-  CompareRandom(0xed000a00, 0x00cff0ff, 6000);
-  CompareRandom(0xee000a00, 0x00fff0ff, 40000);  // arithmetic, conversions, moves
-  CompareRandom(0xeeb00a40, 0x004ff0bf, 20000);
+  CompareRandom(0xed100a00, 0x00cff0ff, 3000);  // vldr, vstr
+  CompareRandom(0xed000a00, 0x00cff0ff, 3000);
+  CompareRandom(0xee000a00, 0x00fff0ff, 20000);  // arithmetic, conversions, moves
+  CompareRandom(0xeeb00a40, 0x004ff0bf, 10000);
   EXPECT_THAT(keys, testing::IsSupersetOf(
                         {"vldr_2",         "vldr_cc_2",      "vstr_2",          "vadd_f32_3",
                          "vadd_f32_cc_3",  "vsub_f32_3",     "vmul_f32_3",      "vdiv_f32_3",

@@ -95,11 +95,11 @@ const MemoryCase kStores[] = {
 
 class Load : public MemoryTest {};
 TEST_P(Load, GivesRegistersAndBase) { RunAndCompare(); }
-INSTANTIATE_TEST_SUITE_P(Table, Load, testing::ValuesIn(kLoads), MemoryCaseName);
+INSTANTIATE_TEST_SUITE_P(Table, Load, testing::ValuesIn(kLoads), RowName<MemoryCase>);
 
 class Store : public MemoryTest {};
 TEST_P(Store, GivesMemoryAndBase) { RunAndCompare(); }
-INSTANTIATE_TEST_SUITE_P(Table, Store, testing::ValuesIn(kStores), MemoryCaseName);
+INSTANTIATE_TEST_SUITE_P(Table, Store, testing::ValuesIn(kStores), RowName<MemoryCase>);
 
 // D15 is no pair for a load.
 TEST(LoadOfD15, LeavesItsTwoRegistersAlone) {

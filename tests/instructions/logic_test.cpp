@@ -15,6 +15,7 @@ const InstructionCase kLogic[] = {
   {"ands.w r0,r1,r2,lsl #1", 0xea110042, {0, ~0u, 0x80000001},        "----", {2},          "--C-"},
   {"ands r0,r1,#0x80000000", 0xf0114000, {0, ~0u},                    "----", {0x80000000}, "N-C-"},
   {"ands r0,r1,#0x100",      0xf4117080, {0, ~0u},                    "--C-", {0x100},      "----"},
+  {"ands r0,r1,#0x800000",   0xf4110000, {0, 0},                      "--C-", {0},          "-Z--"},
   {"ands r0,r1,#0xff00ff00", 0xf01120ff, {0, ~0u},                    "----", {0xff00ff00}, "N---"},
   {"ands r0,r1,#0xff",       0xf01100ff, {0, ~0u},                    "--C-", {0xff},       "--C-"},
   {"ands r0,r0,#0x80000000", 0xf0104000, {1},                         "----", {0},          "-ZC-"},
@@ -49,16 +50,16 @@ INSTANTIATE_TEST_SUITE_P(Table, Logic, testing::ValuesIn(kLogic), CaseName);
 
 // clang-format off
 const InstructionCase kLogicTests[] = {
-  {"tst r0,r1",          0x4208,     {0x80000001, 0x80000000}, "--CV", {0x80000001}, "N-CV"},
+  {"tst r0,r1",          0x4208,     {0x80000001, 0x80000000}, "---V", {0x80000001}, "N--V"},
   {"tst r0,r1",          0x4208,     {1, 2},                   "N-C-", {1},          "-ZC-"},
   {"tst.w r0,r1,lsr #1", 0xea100f51, {1, 3},                   "----", {1},          "--C-"},
   {"tst r0,#0xff",       0xf0100fff, {0},                      "--C-", {0},          "-ZC-"},
   {"tst r0,#0x80000000", 0xf0104f00, {0},                      "----", {0},          "-ZC-"},
-  {"tst r0,#0x100",      0xf4107f80, {0x100},                  "--C-", {0x100},      "----"},
+  {"tst r0,#0x40000000", 0xf0104f80, {0},                      "--C-", {0},          "-Z--"},
   // Not rotated, and yet C becomes bit 31 of the value.
   {"tst r0,#0xff00ff00", 0xf0102fff, {0xff},                   "----", {0xff},       "-ZC-"},
   {"tst r0,#0xff00ff",   0xf0101fff, {0xff},                   "--C-", {0xff},       "----"},
-  {"teq r0,r1",          0xea900f01, {0x80000000, 0},          "--CV", {0x80000000}, "N-CV"},
+  {"teq r0,r1",          0xea900f01, {0, 0x80000000},          "---V", {0},          "N--V"},
   {"teq r0,r1",          0xea900f01, {7, 7},                   "----", {7},          "-Z--"},
   {"teq r0,r1,lsl #1",   0xea900f41, {0, 0x80000001},          "----", {0},          "--C-"},
   {"teq r0,#0x80000000", 0xf0904f00, {0},                      "----", {0},          "N-C-"},
@@ -88,7 +89,7 @@ const InstructionCase kMoves[] = {
   {"mvns r0,#0x80000000",   0xf07f4000, {0},             "----", {0x7fffffff}, "--C-"},
   {"mvns r0,#0xff00ff",     0xf07f10ff, {0},             "--C-", {0xff00ff00}, "N---"},
   {"mvns r0,#0xff",         0xf07f00ff, {0},             "--C-", {0xffffff00}, "N-C-"},
-  {"mvns r0,r1",            0x43c8,     {0, ~0u},        "--C-", {0},          "-ZC-"},
+  {"mvns r0,r1",            0x43c8,     {0, ~0u},        "----", {0},          "-Z--"},
   {"mvns.w r0,r1,lsl #1",   0xea7f0041, {0, 0x80000000}, "----", {~0u},        "N-C-"},
   {"mvn.w r0,r1,lsl #1",    0xea6f0041, {0, 0x80000000}, "----", {~0u},        "----"},
 };

@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdlib>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "instructions/case_name.h"
 #include "support/core_bench.h"
 
 namespace orvo {
@@ -44,22 +44,12 @@ struct ChangedWord {
 struct MemoryCase {
   const char* assembly;
   Code code;
-  std::vector<Change> changes;
-  std::vector<ChangedWord> stores;
+  std::vector<Change> changes = {};
+  std::vector<ChangedWord> stores = {};
 };
 
 inline std::ostream& operator<<(std::ostream& out, const MemoryCase& c) {
   return out << c.assembly;
-}
-
-// "ldr_r0_r1_4_" and the row's number.
-inline std::string MemoryCaseName(const testing::TestParamInfo<MemoryCase>& info) {
-  std::string name;
-  for (const char letter : std::string(info.param.assembly) + "_" + std::to_string(info.index)) {
-    const bool usable = std::isalnum(static_cast<unsigned char>(letter)) != 0;
-    if (usable || (!name.empty() && name.back() != '_')) name += usable ? letter : '_';
-  }
-  return name;
 }
 
 inline unsigned& RegisterNamed(Registers& registers, const std::string& name) {

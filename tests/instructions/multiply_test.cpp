@@ -70,6 +70,7 @@ constexpr unsigned kShcsr = 0xe000ed24;
 constexpr unsigned kCfsr = 0xe000ed28;
 constexpr unsigned kDiv0Trap = 1u << 4;
 constexpr unsigned kUsageFaultEnable = 1u << 18;
+constexpr unsigned kInvPc = 1u << 18;
 constexpr unsigned kDivByZero = 1u << 25;
 
 // udiv and sdiv r0, r1, r2.
@@ -89,10 +90,11 @@ TEST_P(Division, ByZeroWithoutTrapIsNoFault) {
 TEST_P(Division, ByZeroWithTrapIsAUsageFaultBehindTheInstruction) {
   bench.memory().set<false>(kShcsr, kUsageFaultEnable);
   bench.memory().set<false>(kCcr, bench.memory().get<false>(kCcr) | kDiv0Trap);
+  bench.memory().set<false>(kCfsr, kInvPc);
   bench.r(0) = bench.r(1) = 7;
   bench.Run(GetParam());
   EXPECT_TRUE(bench.interrupts().IsPending(kUsageFault));
-  EXPECT_EQ(bench.memory().get<false>(kCfsr), kDivByZero);
+  EXPECT_EQ(bench.memory().get<false>(kCfsr), kInvPc | kDivByZero);
   EXPECT_EQ(bench.r(0), 0u);
   EXPECT_EQ(bench.pc(), CoreBench::kCodeAddress + 4);
 }

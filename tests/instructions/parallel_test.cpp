@@ -25,6 +25,9 @@ const InstructionCase kParallel[] = {
   {"qasx r0,r1,r2",    0xfaa1f012, {0, 0x7fff8000, 0x10002},    "----",  {0x7fff8000}, "----"},
   {"qsax r0,r1,r2",    0xfae1f012, {0, 0x50007, 0x30002},       "----",  {0x0003000a}, "----"},
   {"qsax r0,r1,r2",    0xfae1f012, {0, 0x80007fff, 0x30002},    "----",  {0x80007fff}, "----"},
+  // No negation before the sum here.
+  {"qasx r0,r1,r2",    0xfaa1f012, {0, 0, 0x80000000},          "----",  {0x7fff},     "----"},
+  {"qsax r0,r1,r2",    0xfae1f012, {0, 0, 0x8000},              "----",  {0x7fff0000}, "----"},
   {"qdadd r0,r1,r2",   0xfa82f091, {0, 1, 2},                   "----",  {5},          "----"},
   {"qdadd r0,r1,r2",   0xfa82f091, {0, 0x80000000, 0x40000000}, "----",  {~0u},        "----Q"},
   {"qdadd r0,r1,r2",   0xfa82f091, {0, 0x7fffffff, 1},          "----",  {0x7fffffff}, "----Q"},
@@ -49,7 +52,7 @@ TEST(Uadd8, SetsGeOfLanesThatCarry) {
   bench.r(2) = 0x01018001;
   bench.Run({0xfa81, 0xf042});  // uadd8 r0, r1, r2
   EXPECT_EQ(bench.ge(), 0b1010u);
-  bench.r(1) = 0x000000ff;
+  bench.r(1) = 0x00fe00ff;  // sums of 0xff and 0x100 in lanes 2 and 0
   bench.Run({0xfa81, 0xf042});
   EXPECT_EQ(bench.ge(), 0b0001u);
 }

@@ -117,7 +117,7 @@ ProcessResult RunProcess(const std::string& command, const std::vector<std::stri
 }
 
 ChildProcess OrvoBench::Start(std::vector<std::string> arguments) const {
-  arguments.insert(arguments.end(), {"--sdk-port", "0"});
+  arguments.insert(arguments.begin(), {"--sdk-port", "0"});
   return {kOrvoExecutable, arguments, directory_.path()};
 }
 

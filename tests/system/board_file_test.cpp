@@ -14,6 +14,10 @@ struct BoardCase {
   std::string message;
 };
 
+std::ostream& operator<<(std::ostream& stream, const BoardCase& test) {
+  return stream << test.name;
+}
+
 class BadBoards : public testing::TestWithParam<BoardCase> {};
 
 TEST_P(BadBoards, EndWithAMessageAndStatus255) {
@@ -30,17 +34,22 @@ TEST_P(BadBoards, EndWithAMessageAndStatus255) {
 INSTANTIATE_TEST_SUITE_P(
     , BadBoards,
     testing::Values(
-        BoardCase{"empty", "", "json"}, BoardCase{"text", "This is not JSON.", "json"},
-        BoardCase{"truncated", R"({"components": [)", "json"},
-        BoardCase{"binary", std::string(64, '\xfe'), "json"},
-        BoardCase{"array", "[1, 2, 3]", "json"}, BoardCase{"number", "7", "json"},
-        BoardCase{"components_not_an_array", R"({"components": 7})", "json"},
-        BoardCase{"component_not_an_object", R"({"components": [7]})", "json"},
+        BoardCase{"empty", "", "parse error at line 1, column 1"},
+        BoardCase{"text", "This is not JSON.", "parse error at line 1, column 1"},
+        BoardCase{"truncated", R"({"components": [)", "unexpected end of input"},
+        BoardCase{"binary", std::string(64, '\xfe'), "parse error"},
+        BoardCase{"array", "[1, 2, 3]", "expected an object, found an array"},
+        BoardCase{"number", "7", "expected an object, found 7"},
+        BoardCase{"components_not_an_array", R"({"components": 7})",
+                  "components: expected an array, found 7"},
+        BoardCase{"component_not_an_object", R"({"components": [7]})",
+                  "components[0]: expected an object, found 7"},
         BoardCase{"class_not_a_string",
-                  R"({"components": [{"class": 7, "name": "x", "type": "Peripheral"}]})", "json"},
+                  R"({"components": [{"class": 7, "name": "x", "type": "Peripheral"}]})",
+                  "components[0].class: expected a string, found 7"},
         BoardCase{"name_not_a_string",
                   R"({"components": [{"class": "Button", "name": 7, "type": "Peripheral"}]})",
-                  "json"},
+                  "components[0].name: expected a string, found 7"},
         BoardCase{"no_name", R"({"components": [{"class": "Button", "type": "Peripheral"}]})",
                   "board.json: Missing name field in one of the peripherals"},
         BoardCase{"name_twice",
@@ -56,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
         BoardCase{"size_not_a_number",
                   R"({"components": [{"class": "nrf52832", "type": "MCU",
                                       "config": {"ram_size": "large"}}]})",
-                  "json"}),
+                  "ram_size: expected an integer"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(Board, McuEntryChangesTheSizesThatItNames) {

@@ -60,6 +60,8 @@ struct Mistake {
   std::string message;
 };
 
+std::ostream& operator<<(std::ostream& stream, const Mistake& test) { return stream << test.name; }
+
 class Mistakes : public testing::TestWithParam<Mistake> {};
 
 TEST_P(Mistakes, EndWithAMessageThatNamesThemAndStatus255) {
@@ -75,21 +77,26 @@ INSTANTIATE_TEST_SUITE_P(
     , Mistakes,
     testing::Values(
         Mistake{"no_arguments", {}, "Missing image file"},
-        Mistake{"unknown_option", {"-i", kImage, "--speed"}, "speed"},
-        Mistake{"unknown_letter", {"-i", kImage, "-z"}, "z"}, Mistake{"missing_value", {"-m"}, "m"},
-        Mistake{"word_for_number", {"-i", kImage, "-p", "start"}, "start"},
-        Mistake{"hexadecimal_garbage", {"-i", kImage, "--start-tick", "12x"}, "12x"},
-        Mistake{"negative_number", {"-i", kImage, "-k", "-1"}, "-1"},
-        Mistake{"number_beyond_32_bits", {"-i", kImage, "-p", "4294967296"}, "4294967296"},
-        Mistake{"port_beyond_16_bits", {"-i", kImage, "--sdk-port", "65536"}, "65536"},
+        Mistake{"unknown_option", {"-i", kImage, "--speed"}, "Option ‘speed’ does not exist"},
+        Mistake{"unknown_letter", {"-i", kImage, "-z"}, "Option ‘z’ does not exist"},
+        Mistake{"missing_value", {"-m"}, "missing an argument"},
+        Mistake{"word_for_number",
+                {"-i", kImage, "-p", "start"},
+                "Not a number from 0 to 4294967295: 'start'"},
+        Mistake{"hexadecimal_garbage", {"-i", kImage, "--start-tick", "12x"}, "'12x'"},
+        Mistake{"negative_number", {"-i", kImage, "-k", "-1"}, "'-1'"},
+        Mistake{"number_beyond_32_bits", {"-i", kImage, "-p", "4294967296"}, "'4294967296'"},
+        Mistake{"port_beyond_16_bits",
+                {"-i", kImage, "--sdk-port", "65536"},
+                "Not a number from 0 to 65535: '65536'"},
         Mistake{"unknown_chip", {"-i", kImage, "-m", "z80"}, "Platform isn't supported : z80"},
         Mistake{"capstone_mode", {"-i", kImage, "-c", "3"}, "Unknown capstone_prints"},
         Mistake{"uart_destination",
-                {"-i", kImage, "-ufax:5"},
+                {"-i", kImage, "-u", "fax:5"},
                 "Uart dest is not valid. Should be in format: file:<file-path> or "
                 "tcp-port:<port>"},
         Mistake{"uart_port",
-                {"-i", kImage, "-utcp-port:abc"},
+                {"-i", kImage, "-u", "tcp-port:abc"},
                 "UART TCP port in invalid. Must be a number"}),
     [](const auto& test) { return test.param.name; });
 

@@ -1,5 +1,6 @@
-// The demonstration of `make demo`.
+// The demonstration of `make demo`, and the example of the README.
 #include <gmock/gmock.h>
+#include <signal.h>
 
 #include "build_paths.h"
 #include "support/orvo_process.h"
@@ -42,6 +43,18 @@ TEST(Demo, TakesTheSameTicksOnEveryMachine) {
   EXPECT_EQ(one.out, two.out);
   EXPECT_GT(first.InstructionCount(), 51'200'000u);  // 0.8 s at 64 MHz
   EXPECT_EQ(first.InstructionCount(), second.InstructionCount());
+}
+
+TEST(Readme, ExampleIsTheFileOfTheExamplesAndPrints) {
+  const std::string source = ReadFile(std::string(kSourceDirectory) + "/examples/hello/hello.c");
+  ASSERT_FALSE(source.empty());
+  EXPECT_THAT(ReadFile(std::string(kSourceDirectory) + "/README.md"), HasSubstr(source));
+
+  OrvoBench bench;
+  ChildProcess process = bench.Start({"-i", FirmwarePath("hello.bin"), "-u"});
+  EXPECT_TRUE(process.WaitForOutput("hello\n", kRunLimit));
+  process.Signal(SIGTERM);
+  EXPECT_EQ(process.Wait(kRunLimit).exit_status, 0);
 }
 
 }  // namespace

@@ -18,6 +18,8 @@ TEST(Differences, FirmwareObservesWhatTheDocumentationSays) {
       "sxtab 1000 + (int8_t)0xff          000001e7",  // 000003e7: the mask is on the first operand
       "sxtab 16 + (int8_t)5               00000015",  // 00000015
       "sxtah 70000 + (int16_t)5           00001175",  // 00011175
+      "revsh of 0x0000007f                00007f00",  // 00007f00
+      "revsh of 0x00000100                ffff0001",  // 00000001: the sign comes from any high bit
       "smlal high of 0x80000000 + 0       ffffffff",  // 00000000: the low word counts as signed
       "smlal high of 0x7fffffff + 0       00000000",  // 00000000
       "vcvt.u32 of 3e9                    7fffffff",  // b2d05e00: converts as to signed
@@ -28,6 +30,8 @@ TEST(Differences, FirmwareObservesWhatTheDocumentationSays) {
       "vcmp inf, 1                        00000002",  // 00000002
       "vfma 1.0001 * 1.0001 - 1.0002      00000000",  // 322bdb10: the product is rounded
       "inf - inf                          7fc00000",  // 7fc00000
+      "s0 = 1 after a handler used it     40000000",  // 3f800000: the frame has no FPU registers
+      "sp mod 8 in a handler, 4 before    00000004",  // 00000000: the frame is not aligned
   };
   // clang-format on
   const ProcessResult run = OrvoBench().RunFirmware("differences.bin");

@@ -32,6 +32,8 @@ struct EndCase {
   const char* message;
 };
 
+std::ostream& operator<<(std::ostream& stream, const EndCase& test) { return stream << test.image; }
+
 class UnsupportedThings : public testing::TestWithParam<EndCase> {};
 
 TEST_P(UnsupportedThings, EndTheRunWithAnErrorThatNamesThemAndTheReport) {

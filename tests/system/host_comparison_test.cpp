@@ -13,6 +13,10 @@ struct ProgramCase {
   std::string build;
 };
 
+std::ostream& operator<<(std::ostream& stream, const ProgramCase& test) {
+  return stream << test.program << "-" << test.build;
+}
+
 std::string CaseName(const testing::TestParamInfo<ProgramCase>& info) {
   return info.param.program + "_" + info.param.build;
 }

@@ -32,6 +32,10 @@ struct TraceCase {
   std::string in_trace;
 };
 
+std::ostream& operator<<(std::ostream& stream, const TraceCase& test) {
+  return stream << test.name;
+}
+
 class Repeated : public testing::TestWithParam<TraceCase> {};
 
 TEST_P(Repeated, RunIsIdenticalToTheByte) {

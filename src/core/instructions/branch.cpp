@@ -11,13 +11,13 @@ namespace orvo {
 namespace {
 
 template <Form f>
-unsigned Size() {
+[[gnu::always_inline]] inline unsigned Size() {
   return f.size_bytes != 0 ? f.size_bytes : CurrentInstruction().size;
 }
 
 // The target of one-operand branches; labels are absolute addresses already.
 template <Form f>
-unsigned Target() {
+[[gnu::always_inline]] inline unsigned Target() {
   if constexpr (f.shape == Shape::kImmediate) {
     return CurrentInstruction().imm;
   } else if constexpr (f.shape == Shape::kRegister) {

@@ -8,18 +8,18 @@ namespace orvo {
 namespace {
 
 template <Form f>
-float FirstFloat() {
+[[gnu::always_inline]] inline float FirstFloat() {
   return Int32ToFloat32(static_cast<int>(First<f>()));
 }
 
 template <Form f>
-float SecondFloat() {
+[[gnu::always_inline]] inline float SecondFloat() {
   return Int32ToFloat32(static_cast<int>(Second<f>()));
 }
 
 // What operand 0 holds before the instruction writes it.
 template <Form f>
-float Destination() {
+[[gnu::always_inline]] inline float Destination() {
   if constexpr (f.shape == Shape::kAny) {
     return Int32ToFloat32(static_cast<int>(get_op<0, kValue>()));
   } else {
@@ -28,7 +28,7 @@ float Destination() {
 }
 
 template <Form f>
-void WriteFloatAndAdvance(float result) {
+[[gnu::always_inline]] inline void WriteFloatAndAdvance(float result) {
   WriteResult<f>(Float32ToUint32(result));
   EndFpuInstruction(result);
   Advance<f>();

@@ -9,7 +9,7 @@ namespace orvo {
 namespace {
 
 template <Form f>
-float FloatOperand1() {
+[[gnu::always_inline]] inline float FloatOperand1() {
   return Int32ToFloat32(static_cast<int>(Second<f>()));
 }
 

@@ -17,7 +17,7 @@ constexpr bool IsPostIndexed() {
 
 // Address of the access by memory operand N.
 template <Form f, unsigned N>
-unsigned AccessAddress() {
+[[gnu::always_inline]] inline unsigned AccessAddress() {
   const my_insn_t& insn = CurrentInstruction();
   if constexpr (f.shape == Shape::kBase) {
     return IsPostIndexed<f>() ? *insn.rn : *insn.rn + insn.imm;
@@ -34,7 +34,7 @@ unsigned AccessAddress() {
 
 // Moves the base of memory operand N, after an access at the address or before it.
 template <Form f, unsigned N>
-void WriteBack(unsigned address) {
+[[gnu::always_inline]] inline void WriteBack(unsigned address) {
   if constexpr (f.Has(kWriteback)) {
     const my_insn_t& insn = CurrentInstruction();
     if constexpr (f.shape == Shape::kBase) {

@@ -13,11 +13,11 @@ namespace {
 constexpr unsigned kTrigger = 1;
 constexpr unsigned kGenerated = 1;
 
-constexpr unsigned kRunning = 1u << 16;          // HFCLKSTAT.STATE, LFCLKSTAT.STATE
-constexpr unsigned kSourceXtal = 1u << 0;        // HFCLKSTAT.SRC
-constexpr unsigned kLfSourceMask = 3;            // LFCLKSTAT.SRC
-constexpr unsigned kResetBySoftware = 1u << 2;   // RESETREAS.SREQ
-constexpr unsigned kCtivUnitsPerSecond = 4;      // CTIV counts quarters of a second
+constexpr unsigned kRunning = 1u << 16;         // HFCLKSTAT.STATE, LFCLKSTAT.STATE
+constexpr unsigned kSourceXtal = 1u << 0;       // HFCLKSTAT.SRC
+constexpr unsigned kLfSourceMask = 3;           // LFCLKSTAT.SRC
+constexpr unsigned kResetBySoftware = 1u << 2;  // RESETREAS.SREQ
+constexpr unsigned kCtivUnitsPerSecond = 4;     // CTIV counts quarters of a second
 
 // INTENSET
 constexpr unsigned kHfclkStarted = 1u << 0;

@@ -132,8 +132,7 @@ void LoadAndAsk(BoardBench& bench, const std::string& board_json) {
   ConfigurationFileHandler& board = bench.board;
   board.AggregatePeripheralsFromJson(&mcu, wires, board.GetInternalsPeripherals(),
                                      ComponentKind::kInternal);
-  board.AggregatePeripheralsFromJson(&mcu, wires, board.GetComponents(),
-                                     ComponentKind::kExternal);
+  board.AggregatePeripheralsFromJson(&mcu, wires, board.GetComponents(), ComponentKind::kExternal);
   board.GetIntFromMcuConfig("ram_size");
   board.GetHSEFrequency();
   board.CheckIfLoadBle();
@@ -259,13 +258,12 @@ TEST_P(IncompleteBoards, SayWhatIsMissing) {
 
 INSTANTIATE_TEST_SUITE_P(
     , IncompleteBoards,
-    testing::Values(
-        MissingCase{"components", "{}", "components not exists"},
-        MissingCase{"chip", R"({"components": []})", "Mcu component not exists"},
-        MissingCase{"config", R"({"components": [{"class": "nrf52832"}]})",
-                    "Mcu config not exists"},
-        MissingCase{"pins", R"({"components": [{"class": "nrf52832", "config": {}}]})",
-                    "Mcu pins not exists"}),
+    testing::Values(MissingCase{"components", "{}", "components not exists"},
+                    MissingCase{"chip", R"({"components": []})", "Mcu component not exists"},
+                    MissingCase{"config", R"({"components": [{"class": "nrf52832"}]})",
+                                "Mcu config not exists"},
+                    MissingCase{"pins", R"({"components": [{"class": "nrf52832", "config": {}}]})",
+                                "Mcu pins not exists"}),
     [](const auto& test) { return test.param.name; });
 
 // ---- Building and applying ----
@@ -282,10 +280,9 @@ TEST(BoardComponents, InternalEntriesAreSectionsAndTheChipIsLeftOut) {
   WireManager wires(nullptr, 200, false, false);
   Peripheral* sudo = mcu.memory().GetSectionByName("SUDO");
   Peripheral* ram = mcu.memory().GetSectionByName("Data RAM");
-  EXPECT_THAT(
-      bench.board.AggregatePeripheralsFromJson(
-          &mcu, wires, bench.board.GetInternalsPeripherals(), ComponentKind::kInternal),
-      ElementsAre(std::pair("control", sudo), std::pair("ram", ram)));
+  EXPECT_THAT(bench.board.AggregatePeripheralsFromJson(
+                  &mcu, wires, bench.board.GetInternalsPeripherals(), ComponentKind::kInternal),
+              ElementsAre(std::pair("control", sudo), std::pair("ram", ram)));
   EXPECT_THAT(bench.board.AggregatePeripheralsFromJson(&mcu, wires, bench.board.GetComponents(),
                                                        ComponentKind::kExternal),
               ElementsAre(std::pair("again", sudo)));

@@ -68,20 +68,38 @@ TEST_P(DataGenerators, GiveAndCacheTheirValues) {
 
 INSTANTIATE_TEST_SUITE_P(
     , DataGenerators,
-    testing::Values(
-        ValueCase{"constant_text", "constant", R"({"value": "-12.75"})", "IDHBS",
-                  {"-12", "-12.750000", "-12", "244", "-12.75"}},
-        ValueCase{"constant_number", "CONSTANT", R"({"value": 5})", "SI", {"5.000000", "5"}},
-        ValueCase{"increment", "Increment", R"({"min": 0, "max": 10, "step": 5})", "IIIID",
-                  {"0", "5", "10", "0", "5.000000"}},
-        ValueCase{"increment_that_misses_max", "INCREMENT", R"({"min": 1, "max": 2, "step": 0.6})",
-                  "DDDI", {"1.000000", "1.600000", "1.000000", "2"}},
-        ValueCase{"increment_downwards", "INCREMENT", R"({"min": 3, "max": 1, "step": -1})",
-                  "IIII", {"3", "2", "1", "3"}},
-        ValueCase{"values", "VALUES", R"({"validValues": [1.9, -3.5, 300]})", "IDBHHB",
-                  {"1", "-3.500000", "44", "1", "-3", "44"}},
-        ValueCase{"sine_at_tick_0", "SIN", R"({"min": -2, "max": 6, "sinFrequency": 3})", "DD",
-                  {"2.000000", "2.000000"}}),
+    testing::Values(ValueCase{"constant_text",
+                              "constant",
+                              R"({"value": "-12.75"})",
+                              "IDHBS",
+                              {"-12", "-12.750000", "-12", "244", "-12.75"}},
+                    ValueCase{
+                        "constant_number", "CONSTANT", R"({"value": 5})", "SI", {"5.000000", "5"}},
+                    ValueCase{"increment",
+                              "Increment",
+                              R"({"min": 0, "max": 10, "step": 5})",
+                              "IIIID",
+                              {"0", "5", "10", "0", "5.000000"}},
+                    ValueCase{"increment_that_misses_max",
+                              "INCREMENT",
+                              R"({"min": 1, "max": 2, "step": 0.6})",
+                              "DDDI",
+                              {"1.000000", "1.600000", "1.000000", "2"}},
+                    ValueCase{"increment_downwards",
+                              "INCREMENT",
+                              R"({"min": 3, "max": 1, "step": -1})",
+                              "IIII",
+                              {"3", "2", "1", "3"}},
+                    ValueCase{"values",
+                              "VALUES",
+                              R"({"validValues": [1.9, -3.5, 300]})",
+                              "IDBHHB",
+                              {"1", "-3.500000", "44", "1", "-3", "44"}},
+                    ValueCase{"sine_at_tick_0",
+                              "SIN",
+                              R"({"min": -2, "max": 6, "sinFrequency": 3})",
+                              "DD",
+                              {"2.000000", "2.000000"}}),
     [](const auto& test) { return test.param.name; });
 
 struct RefusalCase {
@@ -110,9 +128,9 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"unknown", "noise", "{}", 0, "UserError: Unsupported data generator: NOISE"},
         RefusalCase{"constant_value", "CONSTANT", "{}", 0,
                     "UserError: Missing 'value' key in constant data generator CONSTANT"},
-        RefusalCase{"random_min", "RANDOM", R"({"max": 1})", 0,
-                    std::string("UserError: Missing min value in random generator RANDOM") +
-                        kCheck},
+        RefusalCase{
+            "random_min", "RANDOM", R"({"max": 1})", 0,
+            std::string("UserError: Missing min value in random generator RANDOM") + kCheck},
         RefusalCase{"random_max", "RANDOM", R"({"min": 1})", 0,
                     "UserError: Missing max value in random generator RANDOM"},
         RefusalCase{"increment_min", "INCREMENT", "{}", 0,
@@ -148,8 +166,9 @@ INSTANTIATE_TEST_SUITE_P(
                     "UserError: scenario.json: config.step: expected a step that leads from min"},
         RefusalCase{"interval_type", "CONSTANT",
                     R"({"value": 1, "timing": {"changeInterval": -1, "changeIntervalUnit": "s"}})",
-                    0, "UserError: scenario.json: config.timing.changeInterval: expected an "
-                       "integer"},
+                    0,
+                    "UserError: scenario.json: config.timing.changeInterval: expected an "
+                    "integer"},
         RefusalCase{"not_a_number", "CONSTANT", R"({"value": "3 apples"})", 'D',
                     "UserError: ConstantDataGenerator - got invalid argument"},
         RefusalCase{"no_integer", "CONSTANT", R"({"value": "1e30"})", 'I',
@@ -259,15 +278,16 @@ TEST_P(FileDataGenerators, RepeatFromTheTop) {
 
 INSTANTIATE_TEST_SUITE_P(
     , FileDataGenerators,
-    testing::Values(
-        FileCase{"sequential", "1\n-2\n3", "IHII", {"1", "-2", "3", "1"}},
-        FileCase{"newline_at_the_end", "1\n2\n", "III", {"1", "2", "1"}},
-        FileCase{"one_value", "7.5", "DD", {"7.500000", "7.500000"}},
-        FileCase{"texts", "on\noff\n", "SSS", {"on", "off", "on"}},
-        FileCase{"byte_as_a_number", "65\n200", "BB", {"65", "200"}},
-        FileCase{"records", "!char-count:3\n 12\n-34\n560", "IIIID",
-                 {"12", "-34", "560", "12", "-34.000000"}},
-        FileCase{"one_record", "!width:2\n42", "II", {"42", "42"}}),
+    testing::Values(FileCase{"sequential", "1\n-2\n3", "IHII", {"1", "-2", "3", "1"}},
+                    FileCase{"newline_at_the_end", "1\n2\n", "III", {"1", "2", "1"}},
+                    FileCase{"one_value", "7.5", "DD", {"7.500000", "7.500000"}},
+                    FileCase{"texts", "on\noff\n", "SSS", {"on", "off", "on"}},
+                    FileCase{"byte_as_a_number", "65\n200", "BB", {"65", "200"}},
+                    FileCase{"records",
+                             "!char-count:3\n 12\n-34\n560",
+                             "IIIID",
+                             {"12", "-34", "560", "12", "-34.000000"}},
+                    FileCase{"one_record", "!width:2\n42", "II", {"42", "42"}}),
     [](const auto& test) { return test.param.name; });
 
 TEST(FileDataGenerator, TimingPicksTheRecord) {

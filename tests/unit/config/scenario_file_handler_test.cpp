@@ -44,8 +44,9 @@ TEST_P(ScenarioMistakes, AreUserErrorsThatNameTheirPlace) {
 INSTANTIATE_TEST_SUITE_P(
     , ScenarioMistakes,
     testing::Values(
-        MistakeCase{"empty", "", "scenario.json: [json.exception.parse_error.101] parse error at "
-                                 "line 1, column 1"},
+        MistakeCase{"empty", "",
+                    "scenario.json: [json.exception.parse_error.101] parse error at "
+                    "line 1, column 1"},
         MistakeCase{"not_an_object", "7", "scenario.json: expected an object, found 7"},
         MistakeCase{"generators_type", R"({"DataGenerators": {}})",
                     "scenario.json: DataGenerators: expected an array, found an object"},

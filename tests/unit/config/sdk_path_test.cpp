@@ -38,8 +38,7 @@ TEST_P(SdkSearch, FindsTheSdkFromTheExecutable) {
 INSTANTIATE_TEST_SUITE_P(
     , SdkSearch,
     testing::Values(
-        LayoutCase{"build_tree", "sdk", "build/dev/bin/orvo", true,
-                   "build/dev/bin/../../../sdk/"},
+        LayoutCase{"build_tree", "sdk", "build/dev/bin/orvo", true, "build/dev/bin/../../../sdk/"},
         LayoutCase{"relative", "sdk", "build/dev/bin/orvo", false, "build/dev/bin/../../../sdk/"},
         LayoutCase{"inside_the_sdk", ".", "build/dev/bin/orvo", true, "build/dev/bin/../../../"},
         LayoutCase{"backslashes_cut_too", "sdk", "build/dev/bin\\orvo", true,
@@ -96,8 +95,7 @@ TEST_P(DefaultBoards, NameTheirChipAndItsControlPeripheral) {
 INSTANTIATE_TEST_SUITE_P(, DefaultBoards,
                          testing::Values("nrf52832", "nrf52840", "stm32f401", "stm32f407",
                                          "stm32f410", "stm32f411", "stm32f413", "stm32f429",
-                                         "stm32f446", "stm32l475", "stm32l476",
-                                         "mk64fn1m0vll12"));
+                                         "stm32f446", "stm32l475", "stm32l476", "mk64fn1m0vll12"));
 
 }  // namespace
 }  // namespace orvo

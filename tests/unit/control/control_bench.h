@@ -27,7 +27,8 @@ inline bool WaitUntil(const std::function<bool()>& condition) {
   return false;
 }
 
-// Holds the exit codes of a run that the test lets end.
+// Holds the exit codes with which the run was to end; to be read when the thread that may end it is
+// gone.
 struct TerminateRecorder {
   std::vector<int> codes;
   Connection<int> connection{OrvoSignals::Get().terminate,
@@ -65,8 +66,7 @@ struct ControlBench {
     client->Send({{"type", "handshake"}, {"api_version", "1"}});
     client->Receive();
     WaitUntil([this] { return connection.IsConnected(); });
-    mcu.Resume(false);
-    client->Receive();  // "resumed"
+    if (mcu.IsPauseState()) mcu.Resume(false);
   }
   void Command(const std::string& name, nlohmann::json command) {
     command["type"] = "command";

@@ -167,7 +167,11 @@ INSTANTIATE_TEST_SUITE_P(Table, ShapeOf, testing::Values(
     ShapeCase{"literal",           Shape::kLiteral,   {0x4801}},          // ldr r0, [pc, #4]
     ShapeCase{"post_indexed",      Shape::kBase,      {0xf852, 0x3b04}},
     ShapeCase{"load_to_pc",        Shape::kAny,       {0xf85d, 0xfb04}},  // ldr pc, [sp], #4
-    ShapeCase{"register_list",     Shape::kAny,       {0xe891, 0x003c}},  // ldm r1, {r2-r5}
+    ShapeCase{"double_word",       Shape::kBase,      {0xe9d1, 0x0202}},  // ldrd r0, r2, [r1, #8]
+    ShapeCase{"register_list",     Shape::kList,      {0xe891, 0x003c}},  // ldm r1, {r2-r5}
+    ShapeCase{"list_to_pc",        Shape::kList,      {0xbd10}},          // pop {r4, pc}
+    ShapeCase{"list_below_sp",     Shape::kAny,       {0xe92d, 0x0010}},  // stmdb sp!, {r4}
+    ShapeCase{"list_of_doubles",   Shape::kAny,       {0xed2d, 0x8b02}},  // vpush {d8}
     ShapeCase{"float",             Shape::kRegister,  {0xee30, 0x0a81}},
     ShapeCase{"double_register",   Shape::kAny,       {0xed91, 0x0b00}}), // vldr d0, [r1]
     [](const auto& suite) { return std::string(suite.param.name); });

@@ -93,9 +93,11 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         RefusalCase{"no_command", nlohmann::json::object(),
                     "UserError: command: the key \"command\" is missing"},
-        RefusalCase{"no_field", {{"command", "get_value"}},
+        RefusalCase{"no_field",
+                    {{"command", "get_value"}},
                     "UserError: command: the key \"field_name\" is missing"},
-        RefusalCase{"unknown_field", {{"command", "get_value"}, {"field_name", "x"}},
+        RefusalCase{"unknown_field",
+                    {{"command", "get_value"}, {"field_name", "x"}},
                     "UserError: get_value: no data generator feeds x"},
         RefusalCase{"value_type",
                     {{"command", "set_value"}, {"field_name", "x"}, {"value", true}},

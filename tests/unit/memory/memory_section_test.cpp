@@ -152,8 +152,7 @@ TEST(UnimplementedSection, EveryAccessEndsTheRunWithPlaceAndTime) {
   mcu.memory().AddSection(section);
   mcu.registers().pc() = 0x1f4;
   mcu.clock().Tickrement(12);
-  const std::string text =
-      "section=NFCT\tPC=0x1f4\tTick Count=12\t address=0x40005304";
+  const std::string text = "section=NFCT\tPC=0x1f4\tTick Count=12\t address=0x40005304";
   const std::function<void()> accesses[] = {
       [&] { mcu.memory().get<true>(0x40005304); },
       [&] { mcu.memory().getHalfWord<true>(0x40005304); },

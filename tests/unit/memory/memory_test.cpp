@@ -19,6 +19,7 @@ using testing::IsEmpty;
 constexpr unsigned kRam = TestMcu::kRamStart;
 constexpr unsigned kMmfar = 0xe000ed34;
 constexpr unsigned kCfsr = 0xe000ed28;
+constexpr unsigned kMmarValid = 1u << 7;
 
 struct MemoryBench {
   MemoryBench() { mcu.setEnabled(kMemManage, true); }  // or it would escalate
@@ -156,7 +157,7 @@ TEST(Memory, UnmappedAccessRaisesMemManageEachTime) {
   testing::internal::CaptureStderr();
   bench.memory.setByte<true>(0x3000ABCD, 7);
   EXPECT_EQ(bench.memory.get<false>(kMmfar), 0x3000abcdu);
-  EXPECT_EQ(bench.memory.get<false>(kCfsr), 0x80u);
+  EXPECT_EQ(bench.memory.get<false>(kCfsr) & kMmarValid, kMmarValid);
   EXPECT_EQ(bench.memory.getByte<true>(0x3000ABCD), 0u);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "Warning: Unknown address 0x3000abcd. Raising memory manage fault\n"
@@ -212,9 +213,8 @@ TEST(Memory, AccessObserverHearsNotifiedReadsAndWritesByWidth) {
   bench.memory.getByte<true>(kRam + 1);
   bench.memory.set<false>(kRam, 0);
   bench.memory.get<false>(kRam);
-  EXPECT_THAT(watch.seen,
-              ElementsAre("20000000 8877f655 w", "20000004 f123 w", "20000006 fe w",
-                          "20000000 8877f655 r", "20000000 f655 r", "20000001 f6 r"));
+  EXPECT_THAT(watch.seen, ElementsAre("20000000 8877f655 w", "20000004 f123 w", "20000006 fe w",
+                                      "20000000 8877f655 r", "20000000 f655 r", "20000001 f6 r"));
 
   bench.memory.GetSectionByName("Data RAM")->SetAccessObserver(nullptr);
   bench.memory.set<true>(kRam, 1);

@@ -1,7 +1,12 @@
 // UART and UARTE on a small chip: RX on wire 8, TX on wire 6, 64 MHz, interrupt 2.
 #include "peripherals/nrf52/uart_handler.h"
 
+#include <gmock/gmock.h>
+
+#include <functional>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 #include "runner/errors.h"
 #include "support/test_mcu.h"

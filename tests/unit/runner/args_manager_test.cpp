@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "runner/errors.h"
-#include "temp_directory.h"
+#include "unit/config/working_directory.h"
 
 namespace orvo {
 namespace {
@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 using Arguments = std::vector<std::string>;
 
-class CommandLine : public TempDirectory {
+class CommandLine : public testing::Test {
  protected:
   bool Parse(Arguments arguments) {
     std::vector<char*> argv{program.data()};
@@ -25,15 +25,8 @@ class CommandLine : public TempDirectory {
     argv.push_back(nullptr);
     return args.Parse(static_cast<int>(argv.size()) - 1, argv.data());
   }
-  std::string Refusal(const Arguments& arguments) {
-    try {
-      Parse(arguments);
-    } catch (const UserError& error) {
-      return error.message();
-    }
-    return "accepted";
-  }
 
+  WorkingDirectory directory;
   std::string program = "./orvo";
   ArgsManager args;
 };
@@ -91,6 +84,8 @@ INSTANTIATE_TEST_SUITE_P(Table, Options, testing::Values(
     OptionCase{{"-u", "file:x"},             HOLDS(a.uart_output_given && a.uart_output == "file:x" && a.uart_output_type == ArgsManager::kFile)},
     OptionCase{{"--uart_output=tcp-port:9"}, HOLDS(a.uart_output == "tcp-port:9" && a.uart_output_type == ArgsManager::kTcpPort)},
     OptionCase{{"-u", "foo"},                HOLDS(a.uart_output == "foo" && a.uart_output_type == ArgsManager::kStandardOutput)},
+    OptionCase{{"-ufile:x"},                 HOLDS(a.uart_output == "file:x" && a.uart_output_type == ArgsManager::kFile)},
+    OptionCase{{"-uy"},                      HOLDS(a.uart_output_given && a.uart_output.empty() && a.pty)},
     OptionCase{{"-y"},                       HOLDS(a.pty)},
     OptionCase{{"--pty"},                    HOLDS(a.pty)},
     OptionCase{{"--sp"},                     HOLDS(a.sp)},
@@ -161,12 +156,12 @@ TEST_F(CommandLine, HelpPrintsTheOptionsInOrderAndStops) {
 }
 
 TEST_F(CommandLine, OpensTheFilesOfTheTraces) {
-  Write("recorded", "pc=0\n");
-  Write("trace", "old");
+  directory.Write("recorded", "pc=0\n");
+  directory.Write("trace", "old");
   ASSERT_TRUE(Parse({"--trace-dest", "trace", "-d", "recorded"}));
   EXPECT_TRUE(args.dump_stream.good());
   args.trace_stream << "new" << std::flush;
-  EXPECT_EQ(Read("trace"), "new");
+  EXPECT_EQ(directory.Read("trace"), "new");
 }
 
 TEST_F(CommandLine, FileThatDoesNotOpenIsAWarning) {
@@ -190,7 +185,7 @@ std::ostream& operator<<(std::ostream& out, const RefusalCase& c) {
 class Refusals : public CommandLine, public testing::WithParamInterface<RefusalCase> {};
 
 TEST_P(Refusals, SayWhatIsWrong) {
-  EXPECT_THAT(Refusal(GetParam().arguments), HasSubstr(GetParam().message));
+  EXPECT_THAT(ErrorOf([this] { Parse(GetParam().arguments); }), HasSubstr(GetParam().message));
 }
 
 // clang-format off

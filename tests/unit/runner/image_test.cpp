@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "runner/errors.h"
-#include "temp_directory.h"
+#include "unit/config/working_directory.h"
 
 namespace orvo {
 namespace {
@@ -22,9 +22,9 @@ constexpr unsigned kBase = 0x08000000;
 
 using Words = std::vector<std::pair<unsigned, unsigned>>;
 
-class ImageFile : public TempDirectory {
+class ImageFile : public testing::Test {
  protected:
-  static Words ReadAll(const std::string& path, unsigned base = kBase) {
+  Words ReadAll(const std::string& path, unsigned base = kBase) {
     const auto image = Image::CreateImage(path, base);
     image->Load();
     image->StartRead();
@@ -36,25 +36,16 @@ class ImageFile : public TempDirectory {
     image->Close();
     return words;
   }
-  static Words ReadHex(const std::string& text) {
-    Write("a.hex", text);
+  Words ReadHex(const std::string& text) {
+    directory.Write("a.hex", text);
     return ReadAll("a.hex");
   }
-  static Words ReadBin(const std::string& bytes) {
-    Write("a.bin", bytes);
+  Words ReadBin(const std::string& bytes) {
+    directory.Write("a.bin", bytes);
     return ReadAll("a.bin");
   }
-  template <class Reader>
-  static std::string Refusal(const Reader& reader) {
-    try {
-      reader();
-    } catch (const UserError& error) {
-      return error.message();
-    }
-    return "accepted";
-  }
-
-  static inline unsigned long size = 0;
+  WorkingDirectory directory;
+  unsigned long size = 0;
 };
 
 TEST_F(ImageFile, BinaryOfWholeWordsEndsWithOneMoreZeroWord) {
@@ -71,8 +62,8 @@ TEST_F(ImageFile, BinaryWithAShortLastWordIsFilledUpWithZeroBytes) {
 }
 
 TEST_F(ImageFile, StartReadGoesBackToTheFirstWord) {
-  Write("a.bin", "abcdef");
-  Write("a.hex", ":0400000001020304F2\n:00000001FF\n");
+  directory.Write("a.bin", "abcdef");
+  directory.Write("a.hex", ":0400000001020304F2\n:00000001FF\n");
   for (const char* path : {"a.bin", "a.hex"}) {
     const auto image = Image::CreateImage(path, 0);
     image->Load();
@@ -142,7 +133,7 @@ std::ostream& operator<<(std::ostream& out, const BadHexCase& c) { return out <<
 class BadHex : public ImageFile, public testing::WithParamInterface<BadHexCase> {};
 
 TEST_P(BadHex, IsRefusedWithFileAndLine) {
-  EXPECT_THAT(Refusal([] { ReadHex(GetParam().text); }), HasSubstr(GetParam().message));
+  EXPECT_THAT(ErrorOf([this] { ReadHex(GetParam().text); }), HasSubstr(GetParam().message));
 }
 
 #define GOOD ":0400000001020304F2\n"
@@ -160,31 +151,33 @@ INSTANTIATE_TEST_SUITE_P(Table, BadHex, testing::Values(
     BadHexCase{"two_in_one_line", ":00000001FF:00000001FF\n",         "a.hex:1: no hexadecimal digit in column 12"},
     BadHexCase{"no_end",          GOOD,                               "a.hex:2: the file ends without an end-of-file record"},
     BadHexCase{"blank",           "\n\n",                             "a.hex:3: the file ends without an end-of-file record"},
-    BadHexCase{"short_data",      GOOD ":03001000010203E7\n",         "Parsing hex file was failed (a.hex:2: a data record of 3 bytes"},
-    BadHexCase{"no_data",         ":00001000F0\n",                    "Parsing hex file was failed (a.hex:1: a data record of 0 bytes"},
+    BadHexCase{"short_data",      GOOD ":03001000010203E7\n",         "OrvoError: Parsing hex file was failed (a.hex:2: a data record of 3 bytes"},
+    BadHexCase{"no_data",         ":00001000F0\n",                    "OrvoError: Parsing hex file was failed (a.hex:1: a data record of 0 bytes"},
     BadHexCase{"base_of_1_byte",  ":0100000408F3\n",                  "a.hex:1: a base address of 1 bytes"}),
     [](const auto& test) { return test.param.name; });
 // clang-format on
 #undef GOOD
 
 TEST_F(ImageFile, FileThatCannotBeReadIsRefused) {
-  Write("empty.bin", "");
-  Write("empty.hex", "");
+  directory.Write("empty.bin", "");
+  directory.Write("empty.hex", "");
   std::filesystem::create_directory("dir.bin");
   std::filesystem::create_directory("dir.hex");
-  const auto refusal = [](const char* path) { return Refusal([path] { ReadAll(path); }); };
-  EXPECT_EQ(refusal("none.bin"), "Unable to open bin file: none.bin");
-  EXPECT_EQ(refusal("none.hex"), "Unable to open hex file: none.hex");
-  EXPECT_EQ(refusal("dir.bin"), "Unable to open bin file: dir.bin (not a regular file)");
-  EXPECT_EQ(refusal("dir.hex"), "Unable to open hex file: dir.hex (not a regular file)");
-  EXPECT_EQ(refusal("empty.bin"), "Image file is empty: empty.bin");
-  EXPECT_EQ(refusal("empty.hex"), "Image file is empty: empty.hex");
+  const auto refusal = [this](const char* path) {
+    return ErrorOf([this, path] { ReadAll(path); });
+  };
+  EXPECT_EQ(refusal("none.bin"), "UserError: Unable to open bin file: none.bin");
+  EXPECT_EQ(refusal("none.hex"), "UserError: Unable to open hex file: none.hex");
+  EXPECT_EQ(refusal("dir.bin"), "UserError: Unable to open bin file: dir.bin (not a regular file)");
+  EXPECT_EQ(refusal("dir.hex"), "UserError: Unable to open hex file: dir.hex (not a regular file)");
+  EXPECT_EQ(refusal("empty.bin"), "UserError: Image file is empty: empty.bin");
+  EXPECT_EQ(refusal("empty.hex"), "UserError: Image file is empty: empty.hex");
 }
 
 TEST_F(ImageFile, OnlyTheTwoExtensionsAreAccepted) {
   for (const char* path : {"a.BIN", "a.elf", "a", "", "bin", "hex.", "a.hex "})
-    EXPECT_THAT(Refusal([path] { Image::CreateImage(path, 0); }),
-                StartsWith("Image: Unsupported image file"))
+    EXPECT_THAT(ErrorOf([path] { Image::CreateImage(path, 0); }),
+                StartsWith("UserError: Image: Unsupported image file"))
         << path;
 }
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-#include "temp_directory.h"
+#include "unit/config/working_directory.h"
 
 namespace orvo {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-class Logger : public TempDirectory {
+class Logger : public testing::Test {
  protected:
   Logger() {
     logger::my_logger::counter_ = 0;
@@ -22,10 +22,13 @@ class Logger : public TempDirectory {
     std::filesystem::create_directory(".zandor");
   }
 
-  size_t LinesInFile() {
-    const std::string text = Read(logger::kLogFile);
+  std::string File() const { return directory.Read(logger::kLogFile); }
+  size_t LinesInFile() const {
+    const std::string text = File();
     return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
   }
+
+  WorkingDirectory directory;
 };
 
 TEST_F(Logger, DebugGoesToTheFileOnly) {
@@ -34,7 +37,7 @@ TEST_F(Logger, DebugGoesToTheFileOnly) {
   logger::debug("Program") << "tick " << 7;
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  const std::string file = Read(logger::kLogFile);
+  const std::string file = File();
   EXPECT_THAT(file, HasSubstr("Program"));
   EXPECT_THAT(file, HasSubstr("Debug"));
   EXPECT_THAT(file, HasSubstr("tick 7\n"));
@@ -47,15 +50,15 @@ TEST_F(Logger, InfoAndErrorGoToTheScreenToo) {
   logger::error("main") << "bad";
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "good\n");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "bad\n");
-  EXPECT_THAT(Read(logger::kLogFile), HasSubstr("good"));
-  EXPECT_THAT(Read(logger::kLogFile), HasSubstr("bad"));
+  EXPECT_THAT(File(), HasSubstr("good"));
+  EXPECT_THAT(File(), HasSubstr("bad"));
 }
 
 TEST_F(Logger, FirstMessageRemovesTheFileOfAnEarlierRun) {
-  Write(logger::kLogFile, "earlier\n");
+  directory.Write(logger::kLogFile, "earlier\n");
   logger::debug("main") << "one";
   logger::debug("main") << "two";
-  EXPECT_THAT(Read(logger::kLogFile), Not(HasSubstr("earlier")));
+  EXPECT_THAT(File(), Not(HasSubstr("earlier")));
   EXPECT_EQ(LinesInFile(), 2u);
 }
 

@@ -1,8 +1,13 @@
 // Numbers and bytes as text, and the search for files.
 #include "runner/text.h"
 
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
 #include "runner/errors.h"
-#include "temp_directory.h"
+#include "unit/config/working_directory.h"
 
 namespace orvo {
 namespace {
@@ -37,10 +42,13 @@ TEST(Text, HexToStringRefusesOddCountsAndOtherCharacters) {
     EXPECT_THROW(HexToString(text), UserError) << text;
 }
 
-using FileSearch = TempDirectory;
+class FileSearch : public testing::Test {
+ protected:
+  WorkingDirectory directory;
+};
 
 TEST_F(FileSearch, GivesTheRealPathOfAFile) {
-  Write("a.bin", "x");
+  directory.Write("a.bin", "x");
   std::filesystem::create_symlink("a.bin", "link.bin");
   const std::string real = std::filesystem::canonical("a.bin").string();
   EXPECT_EQ(GetFilePath("link.bin"), real);
@@ -56,7 +64,7 @@ TEST_F(FileSearch, TriesTheProjectThenTheCurrentDirectoryThenThatOfTheExecutable
   std::filesystem::create_directories(".zandor");
   EXPECT_EQ(search(), "");
   for (const char* place : {"tools/p.elf", "p.elf", ".zandor/p.elf"}) {
-    Write(place, "x");
+    directory.Write(place, "x");
     EXPECT_EQ(search(), std::filesystem::canonical(place).string());
   }
 }

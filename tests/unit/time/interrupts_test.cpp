@@ -19,15 +19,15 @@ struct SystemExceptionCase {
 };
 
 TEST_F(InterruptsTest, SystemExceptionsHaveTheirNamesVectorsAndPriorities) {
-  for (const SystemExceptionCase& c : {
-           SystemExceptionCase{kReset, "Reset", -3}, SystemExceptionCase{kNmi, "NMI", -2},
-           SystemExceptionCase{kHardFault, "Hard Fault", -1},
-           SystemExceptionCase{kMemManage, "Memory Management Fault", 0},
-           SystemExceptionCase{kBusFault, "Bus Fault", 0},
-           SystemExceptionCase{kUsageFault, "Usage Fault", 0},
-           SystemExceptionCase{kSvCall, "Svcall", 0},
-           SystemExceptionCase{kDebugMonitor, "Debug Non", 0},
-           SystemExceptionCase{kPendSv, "Pendsv", 0}, SystemExceptionCase{kSysTick, "Systick", 0}}) {
+  for (const SystemExceptionCase& c :
+       {SystemExceptionCase{kReset, "Reset", -3}, SystemExceptionCase{kNmi, "NMI", -2},
+        SystemExceptionCase{kHardFault, "Hard Fault", -1},
+        SystemExceptionCase{kMemManage, "Memory Management Fault", 0},
+        SystemExceptionCase{kBusFault, "Bus Fault", 0},
+        SystemExceptionCase{kUsageFault, "Usage Fault", 0},
+        SystemExceptionCase{kSvCall, "Svcall", 0},
+        SystemExceptionCase{kDebugMonitor, "Debug Non", 0},
+        SystemExceptionCase{kPendSv, "Pendsv", 0}, SystemExceptionCase{kSysTick, "Systick", 0}}) {
     EXPECT_EQ(interrupts.GetInterruptName(static_cast<unsigned>(c.number + 16)), c.name);
     EXPECT_EQ(interrupts.GetPriority(c.number), static_cast<unsigned char>(c.priority)) << c.name;
     EXPECT_EQ(interrupts.GetAddress(c.number), HandlerOf(c.number)) << c.name;
@@ -107,9 +107,8 @@ struct EscalationCase {
 };
 
 TEST_F(InterruptsTest, ADisabledFaultBecomesAForcedHardFault) {
-  for (const EscalationCase& c :
-       {EscalationCase{kMemManage, 1u << 10}, EscalationCase{kBusFault, 0},
-        EscalationCase{kUsageFault, 0}}) {
+  for (const EscalationCase& c : {EscalationCase{kMemManage, 1u << 10},
+                                  EscalationCase{kBusFault, 0}, EscalationCase{kUsageFault, 0}}) {
     ExceptionBench bench;
     EXPECT_TRUE(bench.interrupts.RaiseInterrupt(c.number, true)) << c.number;
     EXPECT_FALSE(bench.interrupts.IsPending(c.number));

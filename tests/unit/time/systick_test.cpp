@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "time/derived_clock.h"
 #include "support/exception_bench.h"
+#include "time/derived_clock.h"
 
 namespace orvo {
 namespace {

@@ -2,6 +2,14 @@
 // leads to internal wire 103, which carries data; PA2's function 1 to internal wire 60, a level.
 #include "wires/gpio_base.h"
 
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <tuple>
+#include <vector>
+
 #include "config/configuration_file_handler.h"
 #include "runner/errors.h"
 #include "support/temporary_directory.h"

@@ -1,6 +1,10 @@
 // A port of four pins on wires 10 to 13.
 #include "wires/pin_manager.h"
 
+#include <gmock/gmock.h>
+
+#include <vector>
+
 #include "runner/errors.h"
 #include "unit/wires/wire_listener.h"
 

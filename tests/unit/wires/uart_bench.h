@@ -1,7 +1,11 @@
 // A UART on a small chip: RX on wire 8, TX on wire 6, 64 MHz.
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "runner/errors.h"
 #include "support/test_mcu.h"

@@ -1,7 +1,12 @@
 // The far end of a serial line: the chip is the bench, RX on wire 20, TX 21, CTS 22, RTS 23.
 #include "wires/uart_device.h"
 
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "unit/wires/wire_listener.h"
 

@@ -1,6 +1,12 @@
 // The queue and its pacing, wires and commands. The ends on the host: uart_output_test.cpp.
 #include "wires/uart_handler_base.h"
 
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
 #include "unit/wires/uart_bench.h"
 
 namespace orvo {

@@ -2,13 +2,18 @@
 // events on the control connection. All with real files, sockets and terminals.
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
 
 #include "control/connection_manager.h"
 #include "support/temporary_directory.h"

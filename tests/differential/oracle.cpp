@@ -1,0 +1,103 @@
+#include "oracle.h"
+
+#include <unicorn/unicorn.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
+namespace orvo {
+namespace {
+
+constexpr unsigned kFlashStart = 0;
+// Coprocessors 10 and 11, the floating point unit, with full access.
+constexpr unsigned kCpacrFpu = 0xfu << 20;
+
+constexpr unsigned kOpeningAddress = 0x100;
+constexpr unsigned kNopsAddress = 0x200;
+constexpr unsigned char kFourNops[] = {0x00, 0xbf, 0x00, 0xbf, 0x00, 0xbf, 0x00, 0xbf};
+constexpr unsigned char kVmov[] = {0xb0, 0xee, 0x40, 0x0a};  // vmov.f32 s0, s0
+
+void Check(uc_err error, const char* what) {
+  if (error != UC_ERR_OK) throw std::runtime_error(std::string(what) + ": " + uc_strerror(error));
+}
+
+// The registers of a MachineState in its order. Flags have one name for writing and another one
+// for reading.
+constexpr int kRegisterCount = 15 + 2 + 32;
+
+struct RegisterNames {
+  int ids[kRegisterCount];
+  explicit RegisterNames(int flags) {
+    for (int n = 0; n < 13; ++n) ids[n] = UC_ARM_REG_R0 + n;
+    ids[13] = UC_ARM_REG_SP;
+    ids[14] = UC_ARM_REG_LR;
+    ids[15] = flags;
+    ids[16] = UC_ARM_REG_FPSCR;
+    for (int n = 0; n < 32; ++n) ids[17 + n] = UC_ARM_REG_S0 + n;
+  }
+};
+
+RegisterNames to_write(UC_ARM_REG_APSR_NZCVQG);
+RegisterNames to_read(UC_ARM_REG_APSR);
+
+}  // namespace
+
+Oracle::Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_start, size_t ram_bytes)
+    : flash_(flash, flash + flash_bytes), ram_(ram_bytes) {
+  Check(uc_open(UC_ARCH_ARM, static_cast<uc_mode>(UC_MODE_THUMB | UC_MODE_MCLASS), &engine_),
+        "uc_open");
+  Check(uc_ctl_set_cpu_model(engine_, UC_CPU_ARM_CORTEX_M4), "cpu model");
+  Check(uc_mem_map_ptr(engine_, kFlashStart, flash_bytes, UC_PROT_ALL, flash_.data()), "flash");
+  Check(uc_mem_map_ptr(engine_, ram_start, ram_bytes, UC_PROT_READ | UC_PROT_WRITE, ram_.data()),
+        "ram");
+  unsigned cpacr = kCpacrFpu;
+  Check(uc_reg_write(engine_, UC_ARM_REG_C1_C0_2, &cpacr), "CPACR");
+  // The first floating point instruction opens a context and resets FPSCR: let it be this one.
+  WriteCode(kOpeningAddress, kVmov, sizeof(kVmov));
+  if (!Run(kOpeningAddress, kOpeningAddress + sizeof(kVmov), 1))
+    throw std::runtime_error("no floating point");
+  WriteCode(kNopsAddress, kFourNops, sizeof(kFourNops));
+}
+
+Oracle::~Oracle() { uc_close(engine_); }
+
+void Oracle::WriteCode(unsigned address, const unsigned char* bytes, size_t count) {
+  std::copy_n(bytes, count, flash_.begin() + address);
+  Check(uc_ctl_remove_cache(engine_, address, address + count), "remove cache");
+}
+
+void Oracle::WriteState(const MachineState& state) {
+  unsigned words[kRegisterCount];
+  void* pointers[kRegisterCount];
+  std::copy(state.r.begin(), state.r.end(), words);
+  words[15] = state.apsr;
+  words[16] = state.fpscr;
+  std::copy(state.s.begin(), state.s.end(), words + 17);
+  for (int n = 0; n < kRegisterCount; ++n) pointers[n] = &words[n];
+  Check(uc_reg_write_batch(engine_, to_write.ids, pointers, kRegisterCount), "write registers");
+}
+
+MachineState Oracle::ReadState() {
+  MachineState state;
+  unsigned words[kRegisterCount] = {};
+  void* pointers[kRegisterCount];
+  for (int n = 0; n < kRegisterCount; ++n) pointers[n] = &words[n];
+  Check(uc_reg_read_batch(engine_, to_read.ids, pointers, kRegisterCount), "read registers");
+  std::copy_n(words, 15, state.r.begin());
+  state.apsr = words[15] & kApsrBits;
+  state.fpscr = words[16] & kFpscrBits;
+  std::copy_n(words + 17, 32, state.s.begin());
+  Check(uc_reg_read(engine_, UC_ARM_REG_PC, &state.pc), "read pc");
+  state.pc &= ~1u;
+  return state;
+}
+
+bool Oracle::Run(unsigned pc, unsigned end, size_t instructions) {
+  if (uc_emu_start(engine_, pc | 1, end, 0, instructions) == UC_ERR_OK) return true;
+  // An IT block that was left in the middle must not reach into the next run.
+  uc_emu_start(engine_, kNopsAddress | 1, kNopsAddress + sizeof(kFourNops), 0, 0);
+  return false;
+}
+
+}  // namespace orvo

@@ -1,0 +1,36 @@
+// An independent engine for the same instructions: the unicorn library's Cortex-M4.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "machine_state.h"
+
+struct uc_struct;
+
+namespace orvo {
+
+class Oracle {
+ public:
+  // The memory that both engines start with; throws std::runtime_error if the library fails.
+  Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_start, size_t ram_bytes);
+  ~Oracle();
+  Oracle(const Oracle&) = delete;
+  Oracle& operator=(const Oracle&) = delete;
+
+  void WriteCode(unsigned address, const unsigned char* bytes, size_t count);
+  void WriteState(const MachineState& state);
+  MachineState ReadState();
+  // Executes from pc to the end, or so many instructions if that isn't 0. False when the engine refuses one of them: undefined
+  // there, or an access outside the memory.
+  bool Run(unsigned pc, unsigned end, size_t instructions);
+  // The engine works on these bytes.
+  std::vector<unsigned char>& ram() { return ram_; }
+
+ private:
+  uc_struct* engine_ = nullptr;
+  std::vector<unsigned char> flash_;
+  std::vector<unsigned char> ram_;
+};
+
+}  // namespace orvo

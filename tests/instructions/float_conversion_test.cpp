@@ -1,0 +1,113 @@
+// Conversions, comparisons and moves of single-precision numbers, from machine code to registers,
+// FPSCR and CONTROL.
+
+#include "instructions/float_case.h"
+
+namespace orvo {
+namespace {
+
+constexpr unsigned kToS32 = 0xeebd0ae0, kToU32 = 0xeebc0ae0, kFromS32 = 0xeeb80ae0,
+                   kFromU32 = 0xeeb80a60, kToF16 = 0xeeb30a60, kVmov = 0xeeb00a60,
+                   kVmovImmediate = 0xeeb70a08;
+
+// clang-format off
+const FloatCase kConversions[] = {
+  {"s32",              kToS32, 9, Bits(-7.0f),         9, static_cast<unsigned>(-7), 0},
+  {"s32_fraction",     kToS32, 9, Bits(-7.9f),         9, static_cast<unsigned>(-7), kIxc},
+  {"s32_too_large",    kToS32, 9, Bits(2147483648.0f), 9, 0x7fffffff, kIoc},
+  {"s32_least",        kToS32, 9, Bits(-2147483648.0f), 9, 0x80000000, 0},
+  {"s32_too_small",    kToS32, 9, Bits(-3e9f),         9, 0x80000000, kIoc},
+  {"s32_infinity",     kToS32, 9, kInf,                9, 0x7fffffff, kIoc},
+  {"s32_nan",          kToS32, 9, kQuietB,             9, 0,          kIoc},
+  {"u32",              kToU32, 9, Bits(2147483520.0f), 9, 0x7fffff80, 0},
+  // The limits of the signed conversion.
+  {"u32_of_3e9",       kToU32, 9, Bits(3e9f),          9, 0x7fffffff, kIoc},
+  {"u32_of_minus_1",   kToU32, 9, Bits(-1.0f),         9, 0xffffffff, 0},
+  {"u32_nan",          kToU32, 9, kQuietA,             9, 0,          kIoc},
+  {"from_s32",         kFromS32, 9, static_cast<unsigned>(-5), 9, Bits(-5.0f), 0},
+  {"from_s32_inexact", kFromS32, 9, 0x01000001,        9, 0x4b800000, kIxc},
+  {"from_u32",         kFromU32, 9, 0xffffff00,        9, 0x4f7fffff, 0},
+  {"from_u32_inexact", kFromU32, 9, 0xffffffff,        9, 0x4f800000, kIxc},
+  {"f16",              kToF16, 0xabcd1234, Bits(-1.5f),  9, 0xabcdbe00, 0},
+  {"f16_cut_off",      kToF16, 0xabcd1234, 0x3f803fff,   9, 0xabcd3c01, 0},
+  // Infinity keeps only the low bits of its exponent and comes out as 1.
+  {"f16_infinity",     kToF16, 0,          kInf,         9, 0x3c00,     0},
+  {"move",             kVmov,  9, kSignalling,         9, kSignalling, 0},
+  {"move_immediate",   kVmovImmediate, 9, 9,           9, Bits(1.5f), 0},
+};
+// clang-format on
+
+class FloatConversion : public FloatTest {};
+TEST_P(FloatConversion, GivesResultAndExceptionFlags) { RunAndCompare(); }
+INSTANTIATE_TEST_SUITE_P(Table, FloatConversion, testing::ValuesIn(kConversions), kFloatCaseName);
+
+struct CompareCase {
+  const char* name;
+  unsigned s0;
+  unsigned s1;
+  unsigned fpscr;  // 0x90000002 before
+};
+
+std::ostream& operator<<(std::ostream& out, const CompareCase& c) { return out << c.name; }
+
+class FloatCompare : public testing::TestWithParam<CompareCase> {};
+
+TEST_P(FloatCompare, SetsFlagsOfFpscrOnly) {
+  for (const unsigned encoding : {0xeeb40a60u, 0xeeb40ae0u}) {  // vcmp, vcmpe
+    CoreBench bench;
+    bench.registers().s(0) = GetParam().s0;
+    bench.registers().s(1) = GetParam().s1;
+    bench.registers().fpscr() = 0x90000000 | kDzc;
+    bench.Run(Wide(encoding));
+    EXPECT_EQ(bench.registers().fpscr(), GetParam().fpscr | kDzc);
+    EXPECT_EQ(bench.registers().xpsr(), 0u);
+    EXPECT_EQ(bench.registers().control(), kFpContext);
+  }
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Table, FloatCompare, testing::Values(
+    CompareCase{"equal",            Bits(1.5f),       Bits(1.5f), 0x60000000},
+    CompareCase{"zeros",            kNegative,        0,          0x60000000},
+    CompareCase{"greater",          Bits(2.0f),       Bits(1.5f), 0x20000000},
+    CompareCase{"less",             Bits(-2.0f),      Bits(1.5f), 0x80000000},
+    CompareCase{"tiny_difference",  1,                2,          0x80000000},
+    CompareCase{"greater_infinity", kInf,             Bits(1.0f), 0x20000000},
+    // The difference of equal infinities is no number, so they don't count as equal.
+    CompareCase{"equal_infinities", kInf,             kInf,       0x80000000},
+    CompareCase{"negative_infinities", kInf | kNegative, kInf | kNegative, 0x80000000},
+    CompareCase{"unordered",        kQuietA,          Bits(1.0f), 0x30000000 | kIoc},
+    CompareCase{"unordered_second", Bits(1.0f),       kQuietA,    0x30000000 | kIoc}),
+    kFloatCaseName);
+// clang-format on
+
+TEST(FloatCompareWithZero, TakesTheImmediate) {
+  CoreBench bench;
+  bench.registers().s(0) = Bits(-1.0f);
+  bench.Run({0xeeb5, 0x0a40});  // vcmp.f32 s0, #0.0
+  EXPECT_EQ(bench.registers().fpscr(), 0x80000000u);
+  bench.registers().s(0) = 0;
+  bench.Run({0xeeb5, 0x0ac0});  // vcmpe.f32 s0, #0.0
+  EXPECT_EQ(bench.registers().fpscr(), 0x60000000u);
+}
+
+TEST(FloatMoves, CopyWordsBetweenTheRegisterFiles) {
+  CoreBench bench;
+  Registers& registers = bench.registers();
+  bench.r(1) = 0x11111111;
+  bench.r(2) = 0x22222222;
+  bench.Run({0xee00, 0x1a10});  // vmov s0, r1
+  EXPECT_EQ(registers.s(0), 0x11111111u);
+  EXPECT_EQ(registers.control(), kFpContext);
+  bench.Run({0xec42, 0x1b12});  // vmov d2, r1, r2
+  EXPECT_EQ(registers.s(4), 0x11111111u);
+  EXPECT_EQ(registers.s(5), 0x22222222u);
+  bench.Run({0xec51, 0x2b12});  // vmov r2, r1, d2
+  EXPECT_EQ(bench.r(2), 0x11111111u);
+  EXPECT_EQ(bench.r(1), 0x22222222u);
+  bench.Run({0xee10, 0x3a10});  // vmov r3, s0
+  EXPECT_EQ(bench.r(3), 0x11111111u);
+}
+
+}  // namespace
+}  // namespace orvo

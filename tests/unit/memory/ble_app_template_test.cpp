@@ -1,0 +1,45 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "config/configuration_file_handler.h"
+#include "support/test_mcu.h"
+
+namespace orvo {
+namespace {
+
+struct FlashBench {
+  explicit FlashBench(const char* config) {
+    ISingelton<ConfigurationFileHandler>::ReleaseInstance();
+    ConfigurationFileHandler::Get().AddComponent(
+        {{"class", "nrf52832"}, {"config", nlohmann::json::parse(config)}});
+    mcu.memory().GetSectionByName("Flash")->Resize(0x81000);
+    mcu.memory().loadBLEAppTemplate();
+  }
+  ~FlashBench() { ISingelton<ConfigurationFileHandler>::ReleaseInstance(); }
+  unsigned Get(unsigned address) { return mcu.memory().get<false>(address); }
+
+  TestMcu mcu;
+};
+
+TEST(BleAppTemplate, FormatsThreePagesWhenTheBoardAsksForIt) {
+  FlashBench bench(R"({"load_ble_memory_values": true})");
+  const unsigned second_words[] = {0xf11e01ff, 0xf11e01fe, 0xf11e01fe};
+  for (unsigned page = 0; page < 3; ++page) {
+    const unsigned start = 0x7d000 + 0x1000 * page;
+    EXPECT_EQ(bench.Get(start), 0xdeadc0deu);
+    EXPECT_EQ(bench.Get(start + 4), second_words[page]);
+    EXPECT_EQ(bench.Get(start + 8), 0xffffffffu);
+    EXPECT_EQ(bench.Get(start + 0xffc), 0xffffffffu);
+  }
+  EXPECT_EQ(bench.Get(0x7cffc), 0u);  // enlarged flash is 0 where nothing was written
+  EXPECT_EQ(bench.Get(0x80000), 0u);
+}
+
+TEST(BleAppTemplate, LeavesFlashAloneOtherwise) {
+  EXPECT_EQ(FlashBench("{}").Get(0x7d000), 0u);
+  EXPECT_EQ(FlashBench(R"({"load_ble_memory_values": false})").Get(0x7d000), 0u);
+}
+
+}  // namespace
+}  // namespace orvo
