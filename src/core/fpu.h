@@ -56,8 +56,7 @@ void updateCPSRForF64(double a, double b, double difference);
 
 // N, Z, C and V of FPSCR to xPSR.
 inline void updateCPSRWithFPSCR() {
-  registers_->xpsr() =
-      (registers_->xpsr() & ~fpscr::kNzcv) | (registers_->fpscr() & fpscr::kNzcv);
+  registers_->xpsr() = (registers_->xpsr() & ~fpscr::kNzcv) | (registers_->fpscr() & fpscr::kNzcv);
 }
 
 }  // namespace orvo

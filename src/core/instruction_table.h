@@ -126,12 +126,12 @@ void AddBranches(InstructionTable& table);
 void AddSystemInstructions(InstructionTable& table);
 void AddFloatingPoint(InstructionTable& table);
 // Parts of chapters in files of their own, which the chapter adds:
-void AddDualLoadsAndStores(InstructionTable& table);     // loads and stores
-void AddRegisterLists(InstructionTable& table);          // loads and stores
-void AddStackInstructions(InstructionTable& table);      // loads and stores
-void AddExclusives(InstructionTable& table);             // loads and stores
-void AddSpecialRegisterMoves(InstructionTable& table);   // system instructions
-void AddFloatConversions(InstructionTable& table);       // floating point
-void AddFloatMoves(InstructionTable& table);             // floating point
+void AddDualLoadsAndStores(InstructionTable& table);    // loads and stores
+void AddRegisterLists(InstructionTable& table);         // loads and stores
+void AddStackInstructions(InstructionTable& table);     // loads and stores
+void AddExclusives(InstructionTable& table);            // loads and stores
+void AddSpecialRegisterMoves(InstructionTable& table);  // system instructions
+void AddFloatConversions(InstructionTable& table);      // floating point
+void AddFloatMoves(InstructionTable& table);            // floating point
 
 }  // namespace orvo

@@ -1,5 +1,5 @@
-// The table of chips. Deliberate: the frequencies and flash bounds stand as they are, the 800 MHz of
-// the STM32L4 and the differing bounds included.
+// The table of chips. Deliberate: the frequencies and flash bounds stand as they are, the 800 MHz
+// of the STM32L4 and the differing bounds included.
 #include "mcu/platform.h"
 
 #include <unordered_map>

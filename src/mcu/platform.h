@@ -19,7 +19,8 @@ struct PlatformDetails {
 bool IsPlatformSupported(const std::string& name);
 // Throws UserError "Platform <name> not supported" for an unknown name.
 const PlatformDetails& Platform(const std::string& name);
-// The chip itself. Throws UserError for an unknown name and for a chip whose model is not built in.
+// The chip itself, started. Throws UserError for an unknown name and for a chip whose model is not
+// built in.
 std::unique_ptr<Mcu> CreateMcu(const std::string& name, ScenarioFileHandler& scenario,
                                WireManager* wires, ConnectionManager* connection);
 

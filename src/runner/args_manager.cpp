@@ -1,5 +1,7 @@
 #include "runner/args_manager.h"
 
+// Without it the library includes <regex>, of which GCC 12 warns when sanitisers are on.
+#define CXXOPTS_NO_REGEX true
 #include <algorithm>
 #include <cctype>
 #include <cxxopts.hpp>

@@ -42,7 +42,6 @@ unsigned long UARTDevice::Read(char* buffer, unsigned long length) {
       changed_.wait(lock);
     }
     missing_ = 0;
-    serving_ = true;
   }
   // Without the lock: whoever hears of RTS may send at once. The simulation still stands in
   // Update() if it woke this reader.
@@ -50,7 +49,7 @@ unsigned long UARTDevice::Read(char* buffer, unsigned long length) {
   const std::lock_guard lock(mutex_);
   std::copy_n(queue_.begin(), length, buffer);
   queue_.erase(queue_.begin(), queue_.begin() + static_cast<long>(length));
-  serving_ = false;
+  ++reads_served_;
   changed_.notify_all();
   return length;
 }
@@ -71,7 +70,8 @@ void UARTDevice::Update(std::vector<WireDataEvent>* events) {
   if (missing_ > mailbox.size()) {
     missing_ -= mailbox.size();
   } else {
-    changed_.wait(lock, [this] { return missing_ == 0 && !serving_; });
+    // The reader may ask for more before this thread wakes, so that missing_ tells nothing.
+    changed_.wait(lock, [this, served = reads_served_] { return reads_served_ != served; });
   }
 }
 

@@ -39,7 +39,7 @@ class UARTDevice : public iUartDeviceV1, public Observer<WireDataEvent> {
   std::condition_variable changed_;
   std::deque<char> queue_;
   unsigned long missing_ = 0;  // bytes that a waiting reader lacks
-  bool serving_ = false;       // a reader has what it asked for and takes it
+  unsigned long reads_served_ = 0;
   bool cancelled_ = false;
 };
 

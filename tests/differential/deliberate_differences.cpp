@@ -90,6 +90,17 @@ void AsrKeepsCarryFrom32(const Sample& sample, const MachineState& before, Machi
     KeepCarry(before, result);
 }
 
+bool ShiftsByItsDestination(const Sample& sample) {
+  return IsOneOf(Base(sample), {"lsls", "lsrs", "asrs", "rors"}) &&
+         Operands(sample).back().type == OperandType::kRegister &&
+         Operands(sample).back().reg == Operands(sample)[0].reg;
+}
+
+void CarryTestsTheAmountAfterTheWrite(const Sample& sample, const MachineState& before,
+                                      MachineState& result) {
+  if ((Value(result, Operands(sample)[0]) & 0xff) == 0) KeepCarry(before, result);
+}
+
 bool OperandIsShiftedBy32(const Sample& sample) {
   if (Operands(sample).empty()) return false;
   const Operand& last = Operands(sample).back();
@@ -336,6 +347,7 @@ constexpr DeliberateDifference kDifferences[] = {
     {"C is left alone by an immediate",            LeavesCarryWithImmediate,      KeepCarryRow},
     {"C comes from an immediate above 255",        TakesCarryFromImmediateValue,  CarryFromImmediateValue},
     {"C is kept by asr from 32 on",                ShiftsArithmeticallyByRegister, AsrKeepsCarryFrom32},
+    {"C of a shift by its destination tests what was written", ShiftsByItsDestination, CarryTestsTheAmountAfterTheWrite},
     {"C is kept by an operand shifted asr #32",    OperandIsShiftedBy32,          KeepCarryRow},
     {"C follows rrxs only if the low byte is set", IsRrxOfFlags,                  RrxsTakesCarryIfLowByteIsSet},
     {"an operand with rrx loses its value",        HasRrxOperand,                 OperandOfRrxIsTheCarry},

@@ -58,6 +58,7 @@ class Differential : public testing::Test {
     MemorySection* flash = bench_.memory().GetSectionByName("Flash");
     for (unsigned n = 0; n < flash->size(); ++n)
       flash->bytes()[n] = static_cast<unsigned char>(random_());
+    Oracle::PutOwnCode(flash->bytes());
     return flash->bytes();
   }
   unsigned char* OurRam() { return bench_.memory().GetSectionByName("Data RAM")->bytes(); }

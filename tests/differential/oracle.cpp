@@ -43,21 +43,24 @@ RegisterNames to_read(UC_ARM_REG_APSR);
 
 }  // namespace
 
+void Oracle::PutOwnCode(unsigned char* flash) {
+  std::copy_n(kVmov, sizeof(kVmov), flash + kOpeningAddress);
+  std::copy_n(kFourNops, sizeof(kFourNops), flash + kNopsAddress);
+}
+
 Oracle::Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_start, size_t ram_bytes)
     : flash_(flash, flash + flash_bytes), ram_(ram_bytes) {
   Check(uc_open(UC_ARCH_ARM, static_cast<uc_mode>(UC_MODE_THUMB | UC_MODE_MCLASS), &engine_),
         "uc_open");
   Check(uc_ctl_set_cpu_model(engine_, UC_CPU_ARM_CORTEX_M4), "cpu model");
-  Check(uc_mem_map_ptr(engine_, kFlashStart, flash_bytes, UC_PROT_ALL, flash_.data()), "flash");
+  Check(uc_mem_map_ptr(engine_, kFlashStart, flash_bytes, UC_PROT_READ | UC_PROT_EXEC, flash_.data()), "flash");
   Check(uc_mem_map_ptr(engine_, ram_start, ram_bytes, UC_PROT_READ | UC_PROT_WRITE, ram_.data()),
         "ram");
   unsigned cpacr = kCpacrFpu;
   Check(uc_reg_write(engine_, UC_ARM_REG_C1_C0_2, &cpacr), "CPACR");
   // The first floating point instruction opens a context and resets FPSCR: let it be this one.
-  WriteCode(kOpeningAddress, kVmov, sizeof(kVmov));
   if (!Run(kOpeningAddress, kOpeningAddress + sizeof(kVmov), 1))
     throw std::runtime_error("no floating point");
-  WriteCode(kNopsAddress, kFourNops, sizeof(kFourNops));
 }
 
 Oracle::~Oracle() { uc_close(engine_); }

@@ -12,6 +12,8 @@ namespace orvo {
 
 class Oracle {
  public:
+  // Code that the engine runs for itself, below 0x1000: put into flash before both engines get it.
+  static void PutOwnCode(unsigned char* flash);
   // The memory that both engines start with; throws std::runtime_error if the library fails.
   Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_start, size_t ram_bytes);
   ~Oracle();

@@ -9,7 +9,7 @@ namespace {
 
 class Exclusive : public testing::Test {
  protected:
-  static constexpr unsigned kPlace = TestMcu::kRamStart + 0x40;
+  static constexpr unsigned kPlace = TestMcu::kRamStart + 0x44;
 
   Exclusive() {
     bench.memory().set<false>(kPlace, 0x8899aabb);

@@ -40,6 +40,7 @@ const FloatCase kArithmetic[] = {
   {"vmla",             kVmla,  Bits(1.0f), Bits(2.0f), Bits(3.0f), Bits(7.0f),  0},
   {"vmls",             kVmls,  Bits(1.0f), Bits(2.0f), Bits(3.0f), Bits(-5.0f), 0},
   {"vnmla",            kVnmla, Bits(1.0f), Bits(2.0f), Bits(3.0f), Bits(-7.0f), 0},
+  {"vnmla_to_plus_zero", kVnmla, Bits(1.0f), Bits(1.0f), Bits(-1.0f), 0,        0},
   {"vnmls",            kVnmls, Bits(1.0f), Bits(2.0f), Bits(3.0f), Bits(5.0f),  0},
   {"vnmul",            kVnmul, Bits(1.0f), Bits(2.0f), Bits(3.0f), Bits(-6.0f), 0},
   {"vnmul_zero",       kVnmul, 9,          0,          Bits(3.0f), kNegative,   0},

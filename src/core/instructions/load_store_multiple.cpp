@@ -75,7 +75,8 @@ void ldm() {
   }
   if constexpr (f.Has(kWriteback)) {
     // Decrementing forms leave the base at the element transferred last.
-    const unsigned last_bytes = IsDoubleRegister(insn.op_records.back()) ? 2 * kWordBytes : kWordBytes;
+    const unsigned last_bytes =
+        IsDoubleRegister(insn.op_records.back()) ? 2 * kWordBytes : kWordBytes;
     WriteBase<f>(f.Has(kDecrementBefore) ? address - last_bytes : address);
   }
   MarkFloatingPoint<f>();

@@ -19,9 +19,7 @@ unsigned Merge(unsigned old_value, unsigned value, unsigned mask) {
 }
 
 // Deliberate: GE only; N, Z, C, V and Q can't be written, not even by `msr apsr_nzcvq, r0`.
-void updateASPRG(unsigned value) {
-  registers_->xpsr() = Merge(registers_->xpsr(), value, kGeBits);
-}
+void updateASPRG(unsigned value) { registers_->xpsr() = Merge(registers_->xpsr(), value, kGeBits); }
 
 // Handler mode keeps its stack; unprivileged code changes nothing.
 void updateControl(unsigned value) {
@@ -40,19 +38,28 @@ void msr() {
   const unsigned id = get_reg_id<0>();
   const unsigned value = get_op<1, kValue>();
   switch (id) {
-    case kFpscr: registers_->fpscr() = value & kImplementedFpscr; break;
+    case kFpscr:
+      registers_->fpscr() = value & kImplementedFpscr;
+      break;
     case kApsr:
-    case kApsrG: updateASPRG(value); break;
+    case kApsrG:
+      updateASPRG(value);
+      break;
     // Deliberate: as written, without a test of privilege and without a mask.
     case kMsp:
     case kPsp:
-    case kPrimask: registers_->word(id) = value; break;
+    case kPrimask:
+      registers_->word(id) = value;
+      break;
     case kBasepri:
       if (registers_->IsPrivileged())
         registers_->word(kBasepri) = Merge(registers_->word(kBasepri), value, kLowByte);
       break;
-    case kControl: updateControl(value); break;
-    default: throw OrvoError("Arm instructions: msr_2 unknown type: " + std::to_string(id));
+    case kControl:
+      updateControl(value);
+      break;
+    default:
+      throw OrvoError("Arm instructions: msr_2 unknown type: " + std::to_string(id));
   }
   MarkFloatingPoint<f>();
   Advance<f>();
@@ -68,7 +75,9 @@ void mrs() {
     // Deliberate: MSP without a test of privilege, and the whole of xPSR.
     case kMsp:
     case kXpsr:
-    case kControl: set_reg<0>(registers_->word(id)); break;
+    case kControl:
+      set_reg<0>(registers_->word(id));
+      break;
     case kFpscr:
       if (get_reg_id<0>() == kApsrNzcv) {
         updateCPSRWithFPSCR();
@@ -77,11 +86,16 @@ void mrs() {
         registers_->control() |= control::kFpContext;
       }
       break;
-    case kIpsr: set_reg<0>(privileged ? registers_->xpsr() & kLowByte : 0); break;
+    case kIpsr:
+      set_reg<0>(privileged ? registers_->xpsr() & kLowByte : 0);
+      break;
     case kPsp:
     case kPrimask:
-    case kBasepri: set_reg<0>(privileged ? registers_->word(id) : 0); break;
-    default: throw OrvoError("Arm instructions: mrs unknown type: " + std::to_string(id));
+    case kBasepri:
+      set_reg<0>(privileged ? registers_->word(id) : 0);
+      break;
+    default:
+      throw OrvoError("Arm instructions: mrs unknown type: " + std::to_string(id));
   }
   Advance<f>();
 }

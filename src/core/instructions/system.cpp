@@ -1,5 +1,5 @@
-// Supervisor calls, breakpoints, events, hints and IT. Source: ARMv7-M ARM, A7.7, under the names of
-// the instructions; B5.2, "CPS".
+// Supervisor calls, breakpoints, events, hints and IT. Source: ARMv7-M ARM, A7.7, under the names
+// of the instructions; B5.2, "CPS".
 
 #include "core/instruction_table.h"
 #include "mcu/mcu.h"
