@@ -23,7 +23,8 @@ endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
-  # Objects don't depend on the build directory, so that presets and clones share the cache.
+  # The sloppiness lets ccache serve translation units that use the precompiled headers.
   set(CMAKE_CXX_COMPILER_LAUNCHER
-      ${CMAKE_COMMAND} -E env CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=time_macros ${CCACHE})
+      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)
 endif()
