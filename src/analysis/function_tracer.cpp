@@ -1,6 +1,7 @@
 #include "analysis/function_tracer.h"
 
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <string_view>
@@ -13,8 +14,10 @@ namespace orvo {
 FunctionTracer::FunctionTracer() {
   const std::string& path = ArgsManager::Get().objdump;
   if (path.empty()) return;
-  std::ifstream listing(path);
-  if (!listing) std::cerr << "Warning: can't open " << path << ", no function has a name\n";
+  std::ifstream listing;
+  // Only a regular file: a pipe without a writer blocks for ever.
+  if (std::filesystem::is_regular_file(path)) listing.open(path);
+  if (!listing.is_open()) std::cerr << "Warning: can't open " << path << ", no function has a name\n";
   Read(listing);
 }
 

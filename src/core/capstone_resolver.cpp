@@ -2,8 +2,8 @@
 
 #include <capstone/capstone.h>
 
-#include <cstdio>
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 #include "core/registers.h"
@@ -152,7 +152,7 @@ bool CapstoneResolver::Decode(const unsigned char* bytes, size_t available, unsi
 
   if (insn_->id == ARM_INS_IT && handle_it_state_ == 0) {
     handle_it_state_ = insn_->bytes[0];
-  } else {
+  } else if (insn_->id != ARM_INS_IT) {  // a nested `it`, UNPREDICTABLE, takes no slot
     handle_it_state_ = AdvancedItState(handle_it_state_);
   }
   if ((handle_it_state_ & 15u) == 0) handle_it_state_ = 0;

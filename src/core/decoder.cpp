@@ -1,6 +1,5 @@
 #include "core/decoder.h"
 
-#include <cstdio>
 #include <iostream>
 #include <memory>
 
@@ -104,6 +103,8 @@ void DisasmblyInstruction() {
     FillRecord(disassembly, &record);
     shape = SettleShape(record, disassembly.parts.writeback);
   } else {
+    disassembly = {};
+    disassembly.address = pc;
     std::cerr << "Warning: invalid instruction at: 0x" << IntToHex(pc) << "\n";
   }
   const Variants* variants = Instructions().Find(key);

@@ -2,6 +2,7 @@
 // the cumulative exception flags of FPSCR exact after every instruction. The rounding mode is the
 // host's, to nearest: FPSCR.RMode, FZ and DN are not consulted. S registers are words of the
 // register file. CPACR is not tested, instructions execute with the coprocessor disabled too.
+// FPCA is set in CONTROL; no floating point frame is stacked, so FPCCR and FPCAR stay as written.
 #pragma once
 
 #include <bit>

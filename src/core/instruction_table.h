@@ -102,18 +102,6 @@ void AddForms(InstructionTable& table, const std::string& base, Family family) {
   AddThreeOperandForms<S, flags>(table, base, family);
 }
 
-// base, base_cc: register lists carry no count
-template <unsigned flags = 0, class Family>
-void AddListForms(InstructionTable& table, const std::string& base, Family family) {
-  AddPair<NoShapes, flags>(table, base, "", family);
-}
-
-// base_writeback, base_cc_writeback
-template <unsigned flags = 0, class Family>
-void AddListWritebackForms(InstructionTable& table, const std::string& base, Family family) {
-  AddPair<NoShapes, flags | kWriteback>(table, base, "_writeback", family);
-}
-
 // The rows, by chapter of the manual.
 void AddArithmetic(InstructionTable& table);
 void AddLogic(InstructionTable& table);

@@ -1,5 +1,6 @@
 #include "core/mnemonic.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace orvo {

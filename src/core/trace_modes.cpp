@@ -19,9 +19,9 @@ struct Traced {
 };
 
 // By program offset; empty unless -c asks for a mode.
-std::unordered_map<unsigned, Traced> traced_;
+std::unordered_map<unsigned, Traced> pc_offset_2_arm_capstone_struct_;
 
-const Traced& Current() { return traced_.at(registers_->pc() & ~flash_address_); }
+const Traced& Current() { return pc_offset_2_arm_capstone_struct_.at(registers_->pc() & ~flash_address_); }
 
 bool Prints() { return ArgsManager::Get().start_tick <= mcu_->clock().ticks(); }
 
@@ -29,11 +29,11 @@ bool Prints() { return ArgsManager::Get().start_tick <= mcu_->clock().ticks(); }
 
 Function TraceFunction(unsigned mode, unsigned offset, const Disassembly& disassembly,
                        const std::string& key, Function function) {
-  traced_.insert_or_assign(offset, Traced{disassembly, key, function});
+  pc_offset_2_arm_capstone_struct_.insert_or_assign(offset, Traced{disassembly, key, function});
   return mode == 1 ? &LineMode : &VerboseMode;
 }
 
-void ForgetTracedInstructions() { traced_.clear(); }
+void ForgetTracedInstructions() { pc_offset_2_arm_capstone_struct_.clear(); }
 
 void PrintInstruction(const Disassembly& disassembly, const std::string& key) {
   unsigned machine_code;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cxxopts.hpp>
+#include <filesystem>
 #include <iostream>
 #include <limits>
 #include <type_traits>
@@ -29,30 +30,35 @@ struct OptionRow {
   std::shared_ptr<cxxopts::Value> value;
 };
 
-// A number whose error names what was given and what is expected.
+// A number whose error names the option, what was given and what is expected.
 template <class T>
 class Number : public cxxopts::values::standard_value<T> {
  public:
-  using cxxopts::values::standard_value<T>::standard_value;
+  Number(const char* option, T* field)
+      : cxxopts::values::standard_value<T>(field), option_(option) {}
 
   void parse(const std::string& text) const override {
     try {
       cxxopts::values::standard_value<T>::parse(text);
     } catch (const cxxopts::exceptions::exception&) {
-      throw UserError("Not a number from 0 to " + std::to_string(std::numeric_limits<T>::max()) +
+      throw UserError("--" + option_ + ": not a number from 0 to " + std::to_string(std::numeric_limits<T>::max()) +
                       ": '" + text + "'");
     }
   }
   std::shared_ptr<cxxopts::Value> clone() const override { return std::make_shared<Number>(*this); }
+
+ private:
+  std::string option_;
 };
 
 template <class T>
 std::shared_ptr<cxxopts::Value> To(T& field) {
-  if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
-    return std::make_shared<Number<T>>(&field);
-  } else {
-    return cxxopts::value(field);
-  }
+  return cxxopts::value(field);
+}
+
+template <class T>
+std::shared_ptr<cxxopts::Value> NumberTo(const char* option, T& field) {
+  return std::make_shared<Number<T>>(option, &field);
 }
 
 void AddOptions(cxxopts::Options& options, const char* group, const std::vector<OptionRow>& rows) {
@@ -87,6 +93,20 @@ void WarnUnlessOpen(bool open, const std::string& path, const char* consequence)
     std::cerr << "Warning: can't open " << path << ", " << consequence << std::endl;
 }
 
+bool IsSameFile(const std::string& a, const std::string& b) {
+  std::error_code error;
+  return std::filesystem::equivalent(a, b, error);
+}
+
+// Hexadecimal, all of the text.
+unsigned StartPc(const std::string& text) {
+  try {
+    return HexToInt(text);
+  } catch (const UserError& error) {
+    throw UserError("--start-pc: " + error.message());
+  }
+}
+
 std::string ChipName(std::string name) {
   std::transform(name.begin(), name.end(), name.begin(),
                  [](unsigned char c) { return std::tolower(c); });
@@ -103,21 +123,21 @@ bool ArgsManager::Parse(int argc, char** argv) {
 
   // clang-format off
   const std::vector<OptionRow> rows = {
-      {"c,capstone",            "Orvo version", To(capstone)},
+      {"c,capstone",            "Orvo version", NumberTo("capstone", capstone)},
       {kHelp,                   "Print help", cxxopts::value<bool>()->default_value("false")->implicit_value("true")},
       {"w,wait_for_connection", "Wait for an sdk connection before starting", To(wait_for_connection)},
       {"g,gdb",                 "Run with dgb flag", To(gdb)},
       {"gpio",                  "Print gpio change level events", To(gpio)},
-      {"sdk-port",              "Select port (default is 8000, 0 will generate a random free port)", To(sdk_port)},
+      {"sdk-port",              "Select port (default is 8000, 0 will generate a random free port)", NumberTo("sdk-port", sdk_port)},
       {"code-coverage",         "Create code coverage report", To(code_coverage)},
       {"t,trace",               "Print traces (regs/interrupts/functions)", To(trace)},
       {"trace-dest",            "Forwards the trace report to a destination file", To(trace_dest)},
       {"d,input-dump",          "Input the trace report to the program", To(input_dump)},
-      {"start-tick",            "Tick number that the trace will be printed from", To(start_tick)},
+      {"start-tick",            "Tick number that the trace will be printed from", NumberTo("start-tick", start_tick)},
       {"start-pc",              "Program counter that the trace will be printed from", To(start_pc_text)},
       {"s,sudo_mode",           "Sudo mode: enables changing and accessing read/write only registers", To(sudo_mode)},
-      {"p,pc_pos",              "Program counter position", To(pc_pos)},
-      {"k,times",               "Number of times the program counter will hit the position", To(times)},
+      {"p,pc_pos",              "Program counter position", NumberTo("pc_pos", pc_pos)},
+      {"k,times",               "Number of times the program counter will hit the position", NumberTo("times", times)},
       {"objdump",               "Obj Dump file", To(objdump)},
       {"o,output",              "Output dumpfile file", To(output)},
       {"u,uart_output",         "Print uart", To(uart_output)->implicit_value("")},
@@ -148,11 +168,14 @@ bool ArgsManager::Parse(int argc, char** argv) {
     throw UserError(error.what());
   }
 
+  if (IsSameFile(trace_dest, input_dump))
+    throw UserError("--trace-dest would overwrite the trace to compare with: " + trace_dest);
   trace_stream.open(trace_dest, std::ios::trunc);
-  dump_stream.open(input_dump);
+  // Only a regular file: a directory opens, and a pipe without a writer blocks for ever.
+  if (std::filesystem::is_regular_file(input_dump)) dump_stream.open(input_dump);
   WarnUnlessOpen(trace_stream.is_open(), trace_dest, "the trace goes to standard output");
   WarnUnlessOpen(dump_stream.is_open(), input_dump, "the trace is not compared");
-  if (!start_pc_text.empty()) start_pc = HexToInt(start_pc_text);
+  if (!start_pc_text.empty()) start_pc = StartPc(start_pc_text);
   mcu = ChipName(mcu);
   if (!IsPlatformSupported(mcu)) throw UserError("Platform isn't supported : " + mcu);
   SetOutputType(uart_output);

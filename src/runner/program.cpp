@@ -57,7 +57,7 @@ Program::ProcessWideVariables::~ProcessWideVariables() {
   image_.reset();
 }
 
-// Coverage marks an address when it is first decoded, as long as code_cover_report_ is set.
+// The report itself is not built in: the search tells the user what would be read.
 void Program::ParseElfFileIfNeeded(const std::string& argv0) {
   code_cover_report_ = false;
   if (!ArgsManager::Get().code_coverage) return;

@@ -52,10 +52,16 @@ void Program::RunProgram() {
         }
         if constexpr (Gdb) {
           RunGdb();
-          offset = pc & ~1u & pc_mask;  // the debugger may have reset the chip
+          // The debugger may have moved pc, out of the program too.
+          pc &= ~1u;
+          offset = pc & pc_mask;
         }
-        *current_instruction = instructions + offset;
-        functions[offset]();
+        if (Gdb && offset > program_len) {
+          FetchOutsideProgram();
+        } else {
+          *current_instruction = instructions + offset;
+          functions[offset]();
+        }
       } else {
         FetchOutsideProgram();
       }

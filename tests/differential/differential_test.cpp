@@ -24,7 +24,7 @@
 namespace orvo {
 namespace {
 
-unsigned long cases_to_run = 400'000;
+unsigned long cases_to_run = 150'000;
 unsigned long seed = 20240229;
 
 constexpr size_t kSamplesPerKey = 60;

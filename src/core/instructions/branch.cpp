@@ -75,8 +75,6 @@ constexpr auto kCompareAndBranch =
 template <class T>
 constexpr auto kTableBranch = []<Form form>() -> Function { return &tbb<form, T>; };
 
-using ImmediateShape = Shapes<Shape::kImmediate>;
-
 }  // namespace
 
 void AddBranches(InstructionTable& table) {

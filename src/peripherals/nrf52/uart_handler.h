@@ -1,8 +1,8 @@
-// nRF52 UART and UARTE in one section; ENABLE chooses between the FIFO and EasyDMA. Source:
-// nRF52832 Product Specification, UART and UARTE. Transmission takes no virtual time. Received
-// bytes arrive at the speed of the line, which UartHandlerBase keeps. A UARTE buffer has at most
-// 255 bytes. Not modelled: parity, flow control, line errors, SHORTS, and the tasks FLUSHRX and
-// SUSPEND.
+// nRF52 UART and UARTE in one section; ENABLE chooses between the FIFO and EasyDMA.
+// Source: nRF52832 Product Specification, UART and UARTE.
+// Transmission takes no virtual time. Received bytes arrive at the speed of the line, which
+// UartHandlerBase keeps. A UARTE buffer has at most 255 bytes.
+// Not modelled: parity, flow control, line errors, SHORTS, and the tasks FLUSHRX and SUSPEND.
 #pragma once
 
 #include <array>

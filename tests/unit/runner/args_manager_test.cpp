@@ -190,8 +190,8 @@ TEST_P(Refusals, SayWhatIsWrong) {
 
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Table, Refusals, testing::Values(
-    RefusalCase{{"--sdk-port", "65536"},  "Not a number from 0 to 65535: '65536'"},
-    RefusalCase{{"-k", "three"},          "Not a number from 0 to 4294967295: 'three'"},
+    RefusalCase{{"--sdk-port", "65536"},  "not a number from 0 to 65535: '65536'"},
+    RefusalCase{{"-k", "three"},          "not a number from 0 to 4294967295: 'three'"},
     RefusalCase{{"-k", "-1"},             "'-1'"},
     RefusalCase{{"-p", "12x"},            "'12x'"},
     RefusalCase{{"--start-pc", "main"},   "Not a hexadecimal number: 'main'"},

@@ -12,7 +12,6 @@
 
 #include "config/configuration_file_handler.h"
 #include "runner/errors.h"
-#include "support/temporary_directory.h"
 #include "unit/wires/wire_listener.h"
 
 namespace orvo {
@@ -20,7 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class TestPort : public GPIOBase {
  public:
@@ -40,7 +38,6 @@ class TestPort : public GPIOBase {
 };
 
 void UsePins(const std::string& pins) {
-  const TemporaryDirectory directory;
   ISingelton<ConfigurationFileHandler>::ReleaseInstance();
   ConfigurationFileHandler::Get().AddComponent(
       nlohmann::json::parse(R"({"class": "nrf52832", "config": {"pins": )" + pins + "}}"));
@@ -130,7 +127,6 @@ TEST(GPIOBase, LevelsCrossThePinBothWaysWhileItsFunctionIsChosen) {
 TEST(GPIOBase, LeavesTheWiresWhenItGoes) {
   Chip chip;
   chip.Choose(1, kPinAlternateFunction, 7);
-  chip.port->pin_manager().DetachFromPinLogicState(chip.port.get(), 1);
   for (unsigned pin = 0; pin < 8; ++pin) {
     chip.port->pin_manager().DetachFromPinLogicState(chip.port.get(), pin);
   }

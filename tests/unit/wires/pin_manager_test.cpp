@@ -5,7 +5,6 @@
 
 #include <vector>
 
-#include "runner/errors.h"
 #include "unit/wires/wire_listener.h"
 
 namespace orvo {

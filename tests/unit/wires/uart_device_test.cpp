@@ -13,7 +13,6 @@ namespace orvo {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr unsigned kRx = 20, kTx = 21, kCts = 22, kRts = 23;
 

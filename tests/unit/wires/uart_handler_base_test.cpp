@@ -13,7 +13,6 @@ namespace orvo {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(UartHandlerBase, TenBytesOfOneBlockBecomeVisibleOnePerWordTime) {
   UartBench bench;
