@@ -1,6 +1,7 @@
 // Loading and merging the board files.
 #include "config/configuration_file_handler.h"
 
+#include <filesystem>
 #include <fstream>
 
 #include "runner/errors.h"
@@ -14,7 +15,8 @@ void ConfigurationFileHandler::Init(const std::string& platform, ScenarioFileHan
   names_.clear();
   InitConfigFromDefault(platform, executable_path);
   for (const char* file : {"board.json", "bsp.json"}) {
-    if (!std::ifstream(file)) continue;
+    // One that exists and can't be read is an error, not a reason to take the next.
+    if (!std::filesystem::exists(std::filesystem::symlink_status(file))) continue;
     InitConfigFromBoardDotJson(file, scenario);
     break;
   }
@@ -33,7 +35,6 @@ void ConfigurationFileHandler::InitConfigFromDefault(const std::string& platform
 
 void ConfigurationFileHandler::InitConfigFromBoardDotJson(const std::string& file,
                                                           ScenarioFileHandler* scenario) {
-  if (!std::ifstream(file)) return;
   RemoveDefaultComponents();
   const nlohmann::json board = ReadJsonFile(file);
   file_ = file;

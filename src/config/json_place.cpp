@@ -13,6 +13,9 @@ namespace orvo {
 
 namespace {
 
+// Copying a document takes host stack for each level; no board needs more than a few.
+constexpr int kDeepest = 100;
+
 const char* WithArticle(const nlohmann::json& value) {
   switch (value.type()) {
     case nlohmann::json::value_t::null:
@@ -128,8 +131,15 @@ nlohmann::json ReadJsonFile(const std::string& path) {
   std::ifstream file(path);
   if (!file) throw UserError(path + ": can't be opened: " + std::strerror(errno));
   // The library's errors name line and column; reading a directory ends here too.
+  const auto accept = [&](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
+    if (depth > kDeepest)
+      throw UserError("nested deeper than " + std::to_string(kDeepest) + " levels");
+    return true;
+  };
   try {
-    return nlohmann::json::parse(file);
+    return nlohmann::json::parse(file, accept);
+  } catch (const UserError& error) {
+    throw UserError(path + ": " + error.message());
   } catch (const std::exception& error) {
     throw UserError(path + ": " + error.what());
   }

@@ -3,11 +3,14 @@
 
 #include <iomanip>
 #include <iostream>
+#include <sstream>
 
 #include "config/configuration_file_handler.h"
 #include "control/connection_manager.h"
 #include "runner/args_manager.h"
+#include "runner/errors.h"
 #include "runner/logger.h"
+#include "runner/text.h"
 
 namespace orvo {
 
@@ -40,7 +43,16 @@ void Mcu::start() {
 
 void Mcu::ResizeFromConfiguration(const char* section, const char* key) {
   const unsigned size_bytes = ConfigurationFileHandler::Get().GetIntFromMcuConfig(key);
-  if (static_cast<int>(size_bytes) >= 0) memory_.GetSectionByName(section)->Resize(size_bytes);
+  if (static_cast<int>(size_bytes) < 0) return;
+  MemorySection* resized = memory_.GetSectionByName(section);
+  for (const MemorySection* other : memory_.GetSections()) {
+    if (other->start() > resized->start() && other->start() - resized->start() < size_bytes) {
+      throw UserError(std::string("board.json: Mcu config ") + key + ": " +
+                      std::to_string(size_bytes) + " bytes reach into " + other->name() +
+                      " at 0x" + IntToHex(other->start()));
+    }
+  }
+  resized->Resize(size_bytes);
 }
 
 Peripheral* Mcu::AddDevice(std::unique_ptr<Peripheral> device) {

@@ -2,6 +2,7 @@
 // sleep of wfe. Requests set flags from any thread; the pause is taken on the simulation thread.
 #include <unistd.h>
 
+#include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "control/connection_manager.h"
@@ -9,6 +10,7 @@
 #include "mcu/mcu.h"
 #include "runner/args_manager.h"
 #include "runner/logger.h"
+#include "runner/text.h"
 #include "time/scb_bits.h"
 #include "time/system_control_block_handler.h"
 
@@ -119,6 +121,10 @@ void Mcu::ResumeMcuByDebugger() {
 
 void Mcu::Bkpt(unsigned long value) {
   SendEventPacket({{kDescription, kBkpt}, {kValue, std::to_string(value)}});
+  if (connection_ == nullptr || !connection_->HasClient()) {
+    std::cerr << "Warning: bkpt " << value << " at 0x" << IntToHex(registers_.pc())
+              << ": the run is paused until a client resumes it" << std::endl;
+  }
   pause_requested_ = true;
   AttachToTick();
 }

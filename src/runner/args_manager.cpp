@@ -172,7 +172,11 @@ bool ArgsManager::Parse(int argc, char** argv) {
     throw UserError("--trace-dest would overwrite the trace to compare with: " + trace_dest);
   trace_stream.open(trace_dest, std::ios::trunc);
   // Only a regular file: a directory opens, and a pipe without a writer blocks for ever.
-  if (std::filesystem::is_regular_file(input_dump)) dump_stream.open(input_dump);
+  if (std::filesystem::is_regular_file(input_dump)) {
+    dump_stream.open(input_dump);
+  } else {
+    dump_stream.setstate(std::ios::failbit);
+  }
   WarnUnlessOpen(trace_stream.is_open(), trace_dest, "the trace goes to standard output");
   WarnUnlessOpen(dump_stream.is_open(), input_dump, "the trace is not compared");
   if (!start_pc_text.empty()) start_pc = StartPc(start_pc_text);

@@ -2,6 +2,8 @@
 // 0: the run finished, was ended by SIGINT or SIGTERM, or the help was printed; 255: a failure
 // before or around the run loop; a signal's number: a fatal signal; otherwise the code that came
 // over the termination channel.
+#include <fcntl.h>
+
 #include <filesystem>
 #include <memory>
 
@@ -69,7 +71,16 @@ class Simulation {
   std::unique_ptr<Program> program_;
 };
 
+// A closed standard stream would lend its number to the next file that is opened. /dev/null in the
+// wrong direction keeps the number, and makes every use of the stream fail.
+void OccupyClosedStandardStreams() {
+  for (int fd = 0; fd <= 2; ++fd) {
+    if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", fd == 0 ? O_WRONLY : O_RDONLY) != fd) return;
+  }
+}
+
 int Main(int argc, char** argv) {
+  OccupyClosedStandardStreams();
   InstallSignalHandlers();
   OrvoSignals::Get().terminate.Connect([](int code) { exit_code = code; });
   const SignalWatcher watcher;

@@ -28,6 +28,7 @@ class SignalWatcher {
 
  private:
   static void Watch();
+  static bool EndsWithin(int limit_s);
 
   std::thread thread_;
 };

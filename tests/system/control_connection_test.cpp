@@ -29,6 +29,13 @@ nlohmann::json WaitForMessage(ControlClient& client, const std::string& descript
   }
 }
 
+void Resume(ControlClient& client) {
+  client.Send({{"type", "command"},
+               {"peripheral_type", "nrf52832"},
+               {"peripheral_name", "SUDO"},
+               {"command", "resume_running"}});
+}
+
 TEST(ControlConnection, ClientLearnsTheCodeOfFirmwareThatExitsAndResumesIt) {
   OrvoBench bench;
   ChildProcess process =
@@ -38,6 +45,9 @@ TEST(ControlConnection, ClientLearnsTheCodeOfFirmwareThatExitsAndResumesIt) {
   client.Send({{"type", "handshake"}, {"api_version", "1"}});
   EXPECT_EQ(client.Receive()["response"], "ok");
 
+  // The handshake leaves the chip paused.
+  ASSERT_FALSE(WaitForMessage(client, "stopped").is_null());
+  Resume(client);
   const nlohmann::json byte = WaitForMessage(client, "uart_event");
   EXPECT_EQ(byte["value"], 'b');
   const nlohmann::json exit = WaitForMessage(client, "sudo_exit");
@@ -45,10 +55,7 @@ TEST(ControlConnection, ClientLearnsTheCodeOfFirmwareThatExitsAndResumesIt) {
   EXPECT_EQ(exit["type"], "event");
   EXPECT_EQ(exit["value"], 42);
 
-  client.Send({{"type", "command"},
-               {"peripheral_type", "Peripheral"},
-               {"peripheral_name", "SUDO"},
-               {"command", "resume_running"}});
+  Resume(client);
   const ProcessResult run = process.Wait(kRunLimit);
   EXPECT_FALSE(run.timed_out);
   EXPECT_EQ(run.exit_status, 0) << run.err;
