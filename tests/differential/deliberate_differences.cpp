@@ -1,5 +1,6 @@
 #include "deliberate_differences.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -98,7 +99,11 @@ bool ShiftsByItsDestination(const Sample& sample) {
 
 void CarryTestsTheAmountAfterTheWrite(const Sample& sample, const MachineState& before,
                                       MachineState& result) {
-  if ((Value(result, Operands(sample)[0]) & 0xff) == 0) KeepCarry(before, result);
+  if ((Value(result, Operands(sample)[0]) & 0xff) == 0) {
+    KeepCarry(before, result);
+  } else if ((Value(before, Operands(sample).back()) & 0xff) == 0) {
+    SetBit(result.apsr, xpsr::kC, false);  // no shift, no carry out
+  }
 }
 
 bool OperandIsShiftedBy32(const Sample& sample) {
@@ -251,8 +256,28 @@ void QsubWrapsTheNegation(const Sample& sample, const MachineState& before, Mach
 
 bool IsQsub16Or8(const Sample& sample) { return IsOneOf(Base(sample), {"qsub8", "qsub16"}); }
 
-// A lane's negation wraps at the width of the sum: nothing differs from the architecture.
-void NothingDiffers(const Sample&, const MachineState&, MachineState&) {}
+template <class Lane>
+unsigned SubtractByNegation(unsigned a, unsigned b) {
+  constexpr unsigned kBits = 8 * sizeof(Lane);
+  unsigned word = 0;
+  for (unsigned bit = 0; bit < 32; bit += kBits) {
+    const int negated = static_cast<Lane>(-static_cast<Lane>(b >> bit));
+    const int sum = static_cast<Lane>(a >> bit) + negated;
+    const int clamped = std::clamp<int>(sum, std::numeric_limits<Lane>::min(),
+                                        std::numeric_limits<Lane>::max());
+    word |= (static_cast<unsigned>(clamped) & ((1ul << kBits) - 1)) << bit;
+  }
+  return word;
+}
+
+void LanesNegateWithWrapAround(const Sample& sample, const MachineState& before,
+                               MachineState& result) {
+  const unsigned a = Value(before, Operands(sample)[1]);
+  const unsigned b = Value(before, Operands(sample)[2]);
+  Register(result, Operands(sample)[0].reg) = Base(sample) == "qsub8"
+                                                  ? SubtractByNegation<signed char>(a, b)
+                                                  : SubtractByNegation<short>(a, b);
+}
 
 bool IsRevsh(const Sample& sample) { return Base(sample) == "revsh"; }
 
@@ -357,7 +382,7 @@ constexpr DeliberateDifference kDifferences[] = {
     {"smlal extends the sign of the low word",     IsSmlal,                       SmlalExtendsTheSignOfTheLowWord},
     {"smlabb and its kin never set Q",             NeverSaturates,                KeepsQ},
     {"qsub negates with wrap-around",              IsQsub,                        QsubWrapsTheNegation},
-    {"qsub8 and qsub16 negate their lanes",        IsQsub16Or8,                   NothingDiffers},
+    {"qsub8 and qsub16 negate their lanes",        IsQsub16Or8,                   LanesNegateWithWrapAround},
     {"revsh tests the whole word",                 IsRevsh,                       RevshTestsTheWholeWord},
     {"fused forms round twice",                    IsFused,                       FusedRoundsTwice},
     {"a result of FLT_MAX or above sets IOC",      IsFloatArithmetic,             LargeResultsSetIoc},

@@ -59,7 +59,7 @@ Oracle::Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_star
   unsigned cpacr = kCpacrFpu;
   Check(uc_reg_write(engine_, UC_ARM_REG_C1_C0_2, &cpacr), "CPACR");
   // The first floating point instruction opens a context and resets FPSCR: let it be this one.
-  if (!Run(kOpeningAddress, kOpeningAddress + sizeof(kVmov), 1))
+  if (!Run(kOpeningAddress, kOpeningAddress + sizeof(kVmov)))
     throw std::runtime_error("no floating point");
 }
 
@@ -96,8 +96,8 @@ MachineState Oracle::ReadState() {
   return state;
 }
 
-bool Oracle::Run(unsigned pc, unsigned end, size_t instructions) {
-  if (uc_emu_start(engine_, pc | 1, end, 0, instructions) == UC_ERR_OK) return true;
+bool Oracle::Run(unsigned pc, unsigned end) {
+  if (uc_emu_start(engine_, pc | 1, end, 0, 0) == UC_ERR_OK) return true;
   // An IT block that was left in the middle must not reach into the next run.
   uc_emu_start(engine_, kNopsAddress | 1, kNopsAddress + sizeof(kFourNops), 0, 0);
   return false;

@@ -23,9 +23,9 @@ class Oracle {
   void WriteCode(unsigned address, const unsigned char* bytes, size_t count);
   void WriteState(const MachineState& state);
   MachineState ReadState();
-  // Executes from pc to the end, or so many instructions if that isn't 0. False when the engine refuses one of them: undefined
-  // there, or an access outside the memory.
-  bool Run(unsigned pc, unsigned end, size_t instructions);
+  // Executes straight-line code from pc to the end. False when the engine refuses an instruction:
+  // undefined there, or an access outside the memory.
+  bool Run(unsigned pc, unsigned end);
   // The engine works on these bytes.
   std::vector<unsigned char>& ram() { return ram_; }
 

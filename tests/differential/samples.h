@@ -19,7 +19,7 @@ struct Sample {
 // How much a comparison with another engine may expect of an encoding.
 enum class Comparable {
   kNo,      // UNPREDICTABLE there, or its effect needs what the other engine doesn't have
-  kAlone,   // changes the flow, or may not stand in an IT block
+  kAlone,   // may not stand in an IT block
   kAnywhere,
 };
 Comparable ComparabilityOf(const Sample& sample);
