@@ -122,8 +122,8 @@ Comparable ComparabilityOf(const Sample& sample) {
   }
   // UNPREDICTABLE in an IT block: the narrow movs of a register.
   if (sample.code.size() == 1 && sample.code[0] < 0x40) return Comparable::kAlone;
-  // The other engine forgets the block at a barrier.
-  if (StartsWithAny(key, {"isb", "dsb", "dmb"})) return Comparable::kAlone;
+  // The other engine forgets the block at a barrier, and follows the rounding mode that vmsr sets.
+  if (StartsWithAny(key, {"isb", "dsb", "dmb", "vmsr"})) return Comparable::kAlone;
   // qdadd has no conditional key.
   if (StartsWithAny(key, {"qdadd"})) return Comparable::kAlone;
   return Comparable::kAnywhere;
