@@ -1,5 +1,8 @@
-// What an access costs by kind: RAM and flash, a section that is searched, and a register.
+// What an access costs by kind: RAM and flash, a section that is searched, a register, and what is
+// nowhere.
 #include <benchmark/benchmark.h>
+
+#include <iostream>
 
 #include "memory/memory.h"
 #include "support/test_mcu.h"
@@ -56,6 +59,35 @@ void ReadRegister(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(mcu.memory().get<true>(0xE000E014));
 }
 BENCHMARK(ReadRegister);
+
+// The same at its first access, which searches section and register: 60 of one table.
+void ReadRegisterForTheFirstTime(benchmark::State& state) {
+  constexpr unsigned kPriorities = 0xE000E400;
+  constexpr unsigned kRegisters = 60;
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      TestMcu mcu;
+      state.ResumeTiming();
+      for (unsigned n = 0; n < kRegisters; ++n) {
+        benchmark::DoNotOptimize(mcu.memory().get<true>(kPriorities + 4 * n));
+      }
+      state.PauseTiming();
+    }
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(kRegisters * state.iterations());
+}
+BENCHMARK(ReadRegisterForTheFirstTime);
+
+// A warning, which is dropped here, and a fault.
+void ReadNowhere(benchmark::State& state) {
+  TestMcu mcu;
+  std::streambuf* const error_output = std::cerr.rdbuf(nullptr);
+  for (auto _ : state) benchmark::DoNotOptimize(mcu.memory().get<true>(0x30000000));
+  std::cerr.rdbuf(error_output);
+}
+BENCHMARK(ReadNowhere);
 
 }  // namespace
 }  // namespace orvo

@@ -1,6 +1,7 @@
 # Firmware images for the simulated chips, cross-compiled by custom commands beside the host build.
 #
-# orvo_firmware(NAME PROGRAM file.c [OPT -O2] [FLOAT hard|soft] [CHIP nrf52832] [DEFINES A=1 ...])
+# orvo_firmware(NAME PROGRAM file.c [SOURCES file.c ...] [OPT -O2] [FLOAT hard|soft]
+#               [CHIP nrf52832] [DEFINES A=1 ...])
 #
 # builds NAME.elf, NAME.bin and NAME.hex in ORVO_FIRMWARE_DIR as part of the target `firmware`.
 # CHIP names a linker script of firmware/boot/. The start-up code and the drivers are compiled once
@@ -16,7 +17,8 @@ endif()
 set(ORVO_FIRMWARE_SOURCE_DIR ${PROJECT_SOURCE_DIR}/firmware)
 set(ORVO_FIRMWARE_DIR ${PROJECT_BINARY_DIR}/firmware)
 file(GLOB ORVO_FIRMWARE_HEADERS CONFIGURE_DEPENDS
-     ${ORVO_FIRMWARE_SOURCE_DIR}/boot/*.h ${ORVO_FIRMWARE_SOURCE_DIR}/drivers/*.h)
+     ${ORVO_FIRMWARE_SOURCE_DIR}/boot/*.h ${ORVO_FIRMWARE_SOURCE_DIR}/drivers/*.h
+     ${ORVO_FIRMWARE_SOURCE_DIR}/kernel/*.h)
 file(GLOB ORVO_FIRMWARE_SCRIPTS CONFIGURE_DEPENDS ${ORVO_FIRMWARE_SOURCE_DIR}/boot/*.ld)
 add_custom_target(firmware ALL)
 
@@ -57,7 +59,7 @@ function(_orvo_firmware_support output family float)
 endfunction()
 
 function(orvo_firmware name)
-  cmake_parse_arguments(image "" "PROGRAM;OPT;FLOAT;CHIP" "DEFINES" ${ARGN})
+  cmake_parse_arguments(image "" "PROGRAM;OPT;FLOAT;CHIP" "DEFINES;SOURCES" ${ARGN})
   foreach(default "OPT -O2" "FLOAT hard" "CHIP nrf52832")
     string(REGEX MATCH "([^ ]+) (.+)" ignored ${default})
     if(NOT image_${CMAKE_MATCH_1})
@@ -67,18 +69,20 @@ function(orvo_firmware name)
   string(REGEX MATCH "nrf52|mps2" family ${image_CHIP})
   _orvo_firmware_support(support ${family} ${image_FLOAT})
   cmake_path(ABSOLUTE_PATH image_PROGRAM BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
+  list(TRANSFORM image_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   list(TRANSFORM image_DEFINES PREPEND -D)
   set(stem ${ORVO_FIRMWARE_DIR}/${name})
   add_custom_command(
     OUTPUT ${stem}.elf ${stem}.bin ${stem}.hex
     COMMAND ${ARM_GCC} ${ORVO_FIRMWARE_FLAGS} ${ORVO_FIRMWARE_FLOAT_${image_FLOAT}} ${image_OPT}
-            ${image_DEFINES} ${image_PROGRAM} ${support} -nostartfiles --specs=nano.specs
-            -u _printf_float -lm -Wl,--gc-sections -L${ORVO_FIRMWARE_SOURCE_DIR}/boot
-            -T ${image_CHIP}.ld -o ${stem}.elf
+            ${image_DEFINES} ${image_PROGRAM} ${image_SOURCES} ${support} -nostartfiles
+            --specs=nano.specs -u _printf_float -lm -Wl,--gc-sections
+            -L${ORVO_FIRMWARE_SOURCE_DIR}/boot -T ${image_CHIP}.ld -o ${stem}.elf
     COMMAND ${ARM_OBJCOPY} -O binary ${stem}.elf ${stem}.bin
     COMMAND ${ARM_OBJCOPY} -O ihex ${stem}.elf ${stem}.hex
-    DEPENDS ${image_PROGRAM} ${support} firmware_support_${family}_${image_FLOAT}
-            ${ORVO_FIRMWARE_HEADERS} ${ORVO_FIRMWARE_SCRIPTS}
+    DEPENDS ${image_PROGRAM} ${image_SOURCES} ${support}
+            firmware_support_${family}_${image_FLOAT} ${ORVO_FIRMWARE_HEADERS}
+            ${ORVO_FIRMWARE_SCRIPTS}
     COMMENT "Firmware: ${name}"
     VERBATIM)
   add_custom_target(firmware_${name} DEPENDS ${stem}.elf ${stem}.bin ${stem}.hex)

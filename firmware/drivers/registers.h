@@ -15,6 +15,8 @@
 #define NVIC_ISER(n)            REGISTER(0xE000E100 + 4 * (n))
 #define NVIC_ICER(n)            REGISTER(0xE000E180 + 4 * (n))
 #define NVIC_ISPR(n)            REGISTER(0xE000E200 + 4 * (n))
+#define NVIC_ICPR(n)            REGISTER(0xE000E280 + 4 * (n))
+#define NVIC_IP(line)           (*(volatile uint8_t*)(0xE000E400 + (line)))
 #define CPUID                   REGISTER(0xE000ED00)
 #define ICSR                    REGISTER(0xE000ED04)
 #define VTOR                    REGISTER(0xE000ED08)
@@ -40,8 +42,12 @@
 #define CLOCK_TASKS_HFCLKSTOP     REGISTER(0x40000004)
 #define CLOCK_TASKS_LFCLKSTART    REGISTER(0x40000008)
 #define CLOCK_TASKS_LFCLKSTOP     REGISTER(0x4000000C)
+#define CLOCK_TASKS_CAL           REGISTER(0x40000010)
+#define CLOCK_TASKS_CTSTART       REGISTER(0x40000014)
 #define CLOCK_EVENTS_HFCLKSTARTED REGISTER(0x40000100)
 #define CLOCK_EVENTS_LFCLKSTARTED REGISTER(0x40000104)
+#define CLOCK_EVENTS_DONE         REGISTER(0x4000010C)
+#define CLOCK_EVENTS_CTTO         REGISTER(0x40000110)
 #define CLOCK_INTENSET            REGISTER(0x40000304)
 #define POWER_RESETREAS           REGISTER(0x40000400)
 #define CLOCK_HFCLKRUN            REGISTER(0x40000408)
@@ -49,6 +55,7 @@
 #define CLOCK_LFCLKRUN            REGISTER(0x40000414)
 #define CLOCK_LFCLKSTAT           REGISTER(0x40000418)
 #define CLOCK_LFCLKSRC            REGISTER(0x40000518)
+#define CLOCK_CTIV                REGISTER(0x40000538)
 
 // nRF52 UART0 and UARTE0: one block.
 #define UART_TASKS_STARTTX      REGISTER(0x40002008)
@@ -73,6 +80,7 @@
 
 // nRF52 FICR.
 #define FICR_CODEPAGESIZE       REGISTER(0x10000010)
+#define FICR_DEVICEADDR(n)      REGISTER(0x100000A4 + 4 * (n))
 
 // The simulator's own block; a real chip has nothing there.
 #define SUDO_TASKS_EXIT         REGISTER(0xA0000004)

@@ -1,5 +1,5 @@
-// A software reset: RAM keeps its contents, the reset reason tells, and the second life ends the
-// program.
+// A software reset: RAM keeps its contents and FICR the address that the board gave, the reset
+// reason tells, and the second life ends the program.
 #include <stdio.h>
 
 #include "drivers/registers.h"
@@ -12,7 +12,9 @@ int main(void) {
     lives = 0;
   }
   lives = lives + 1;
-  printf("life %lu, reset reason %lu\n", (unsigned long)lives, (unsigned long)POWER_RESETREAS);
+  printf("life %lu, reset reason %lu, address %04lx%08lx\n", (unsigned long)lives,
+         (unsigned long)POWER_RESETREAS, (unsigned long)FICR_DEVICEADDR(1),
+         (unsigned long)FICR_DEVICEADDR(0));
   if (lives == 1) {
     AIRCR = AIRCR_VECTKEY | AIRCR_SYSRESETREQ;
     for (;;) {

@@ -62,7 +62,7 @@ std::string_view RegisterTrace::Line(const Registers& registers) {
   line_.clear();
   AppendWord("pc=0x", registers.pc());
   Append(" ISRn=");
-  Append(fmt::format_int(registers.xpsr() & xpsr::kExceptionNumber).c_str());
+  Append(fmt::format_int(registers.status() & xpsr::kExceptionNumber).c_str());
   for (unsigned n = 0; n < kGeneralRegisters; ++n)
     AppendWord(kGeneralNames[n], registers.word(kR0 + n));
   for (const SpecialRegister& special : kSpecialRegisters)

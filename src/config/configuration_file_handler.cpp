@@ -20,6 +20,7 @@ void ConfigurationFileHandler::Init(const std::string& platform, ScenarioFileHan
     InitConfigFromBoardDotJson(file, scenario);
     break;
   }
+  CheckMcuConfig();
 }
 
 void ConfigurationFileHandler::InitConfigFromDefault(const std::string& platform,

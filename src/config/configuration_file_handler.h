@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -76,6 +77,8 @@ class ConfigurationFileHandler {
   // ---- Configuration of the chip (mcu_configuration.cpp) ----
 
   const nlohmann::json& GetMcuConfig() const;
+  // The chip's configuration with the words that errors use for it; null if nothing was loaded.
+  JsonPlace McuConfigPlace() const;
   // -1, as all ones, if the key is absent or nothing was loaded. A negative value of the file is
   // its two's complement; callers test for negative.
   unsigned GetIntFromMcuConfig(const std::string& key) const;
@@ -83,9 +86,14 @@ class ConfigurationFileHandler {
   const nlohmann::json& GetConfigPins() const;
   const nlohmann::json& GetInternalsPeripherals() const;
   unsigned GetHSEFrequency() const;  // hertz
+  // What makes the random blocks of the chip repeat, if the board says it.
+  std::optional<unsigned> GetSeed() const;
   bool CheckIfLoadBle() const;
   // Overwrites the keys of the chip's configuration that the component's config names.
   void MergeMcuConfigFromFile(const JsonPlace& component);
+  // Throws UserError for a key of the chip's configuration that has another type than it must have,
+  // whether this chip asks for it or not.
+  void CheckMcuConfig() const;
   // Default pins: each pin of the chip on the wire of its running number.
   void InitPinsConfig(const std::string& platform);
 
@@ -108,8 +116,6 @@ class ConfigurationFileHandler {
   size_t McuIndex() const;
   nlohmann::json& McuConfigForUpdate();
   bool FindNetwork(const std::function<bool(const JsonPlace&)>& matches) const;
-  // The chip's configuration with the words that errors use for it; null if nothing was loaded.
-  JsonPlace McuConfigPlace() const;
 
   nlohmann::json document_;
   std::string file_;  // what was read last, for errors

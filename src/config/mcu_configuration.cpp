@@ -11,6 +11,32 @@ constexpr unsigned kDefaultHseHz = 8'000'000;
 constexpr unsigned kNrf52PinsPerPort = 32;
 constexpr unsigned kPinsPerLetter = 16;
 
+// The keys of the chip's configuration, and the reader that refuses other types.
+struct KnownKey {
+  const char* name;
+  void (*read)(const JsonPlace&);
+};
+void ReadInteger(const JsonPlace& place) { place.Int32(); }
+void ReadUnsigned(const JsonPlace& place) { place.Unsigned32(); }
+void ReadObject(const JsonPlace& place) { place.Object(); }
+void ReadArray(const JsonPlace& place) { place.Array(); }
+// clang-format off
+constexpr KnownKey kKnownKeys[] = {
+    {"ram_size",               ReadInteger},
+    {"flash_size",             ReadInteger},
+    {"external_ram_size",      ReadInteger},
+    {"HSE",                    ReadUnsigned},
+    {"seed",                   ReadUnsigned},
+    {"load_ble_memory_values", [](const JsonPlace& place) { place.Bool(); }},
+    {"pins",                   ReadObject},
+    {"radio",                  ReadObject},
+    {"ficr",                   ReadObject},
+    {"load_ficr_regs",         ReadArray},
+    {"load_temp_regs",         ReadArray},
+    {"load_errate_regs",       ReadArray},
+};
+// clang-format on
+
 }  // namespace
 
 size_t ConfigurationFileHandler::McuIndex() const {
@@ -65,6 +91,12 @@ unsigned ConfigurationFileHandler::GetHSEFrequency() const {
   return config.Has("HSE") ? config["HSE"].Unsigned32() : kDefaultHseHz;
 }
 
+std::optional<unsigned> ConfigurationFileHandler::GetSeed() const {
+  const JsonPlace config = McuConfigPlace();
+  if (!config.Has("seed")) return std::nullopt;
+  return config["seed"].Unsigned32();
+}
+
 bool ConfigurationFileHandler::CheckIfLoadBle() const {
   const JsonPlace config = McuConfigPlace();
   return config.Has("load_ble_memory_values") && config["load_ble_memory_values"].Bool();
@@ -72,6 +104,13 @@ bool ConfigurationFileHandler::CheckIfLoadBle() const {
 
 void ConfigurationFileHandler::MergeMcuConfigFromFile(const JsonPlace& component) {
   if (component.Has("config")) McuConfigForUpdate().update(component["config"].Object());
+}
+
+void ConfigurationFileHandler::CheckMcuConfig() const {
+  const JsonPlace config = McuConfigPlace();
+  for (const KnownKey& key : kKnownKeys) {
+    if (config.Has(key.name)) key.read(config[key.name]);
+  }
 }
 
 // ---- Default pins ----

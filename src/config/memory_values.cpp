@@ -1,9 +1,11 @@
 // Values that the board puts into the memory of a started chip.
 #include <algorithm>
 #include <cctype>
+#include <typeinfo>
 
 #include "config/configuration_file_handler.h"
 #include "mcu/mcu.h"
+#include "peripherals/nrf52/registers/nrf52_radio.h"
 #include "runner/errors.h"
 #include "runner/text.h"
 
@@ -51,7 +53,11 @@ void ConfigurationFileHandler::ConnectPeripheralsForNrf52(Mcu* mcu) const {
   if (mcu->GetName().find("nrf52") == std::string::npos) return;
   const JsonPlace config = McuConfigPlace();
   if (config.Has("radio")) {
-    mcu->memory().GetSectionByName("RADIO")->ApplyConfiguration(config["radio"].value());
+    MemorySection* radio = mcu->memory().GetSectionByName("RADIO");
+    if (typeid(*radio) == typeid(Nrf52RADIO)) {
+      throw UserError(file_ + ": Mcu config.radio: the model of the radio is not built in");
+    }
+    radio->ApplyConfiguration(config["radio"].value());
   }
   for (const char* name : {"ficr", "temp", "errate"}) SetMcuMemoryValues(mcu, name);
 }

@@ -88,15 +88,16 @@ void ConnectionManager::CreatePeripherals(Mcu* mcu) {
   if (mcu->GetWireManager() == nullptr) {
     throw OrvoError("ConnectionManager::CreatePeripherals: the chip has no wires");
   }
-  mcu_ = mcu;
   WireManager& wires = *mcu->GetWireManager();
   ConfigurationFileHandler& board = ConfigurationFileHandler::Get();
   peripherals_[mcu->GetName()] = board.AggregatePeripheralsFromJson(
       mcu, wires, board.GetInternalsPeripherals(), ComponentKind::kInternal);
   peripherals_[kExternal] = board.AggregatePeripheralsFromJson(mcu, wires, board.GetComponents(),
                                                                ComponentKind::kExternal);
+  // Together: a command attaches to the clock either when it is queued or here.
   const std::lock_guard lock(queue_mutex_);
-  if (!commands_.empty()) AttachToMainClock();  // came before there was a clock
+  mcu_ = mcu;
+  if (!commands_.empty()) AttachToMainClock();
 }
 
 void ConnectionManager::ReleasePeripherals() {

@@ -60,9 +60,23 @@ bool IsAdvancedSimd(const cs_insn& insn) {
   return false;
 }
 
+// CLZ, RBIT and REV carry their source twice. Where the two differ, which is UNPREDICTABLE, the
+// library mixes them.
+bool IsInconsistent(const cs_insn& insn) {
+  switch (insn.id) {
+    case ARM_INS_CLZ:
+    case ARM_INS_RBIT:
+    case ARM_INS_REV:
+    case ARM_INS_REV16:
+    case ARM_INS_REVSH: break;
+    default: return false;
+  }
+  return insn.size == 4 && ((HalfWord(insn, 0) ^ HalfWord(insn, 1)) & 15) != 0;
+}
+
 bool BelongsToThisCore(const cs_insn& insn) {
   if (insn.id == ARM_INS_MRS || insn.id == ARM_INS_MSR) return IsSystemMoveOfThisProfile(insn);
-  return !IsAdvancedSimd(insn);
+  return !IsAdvancedSimd(insn) && !IsInconsistent(insn);
 }
 
 // False for a system register that doesn't exist here.
@@ -126,23 +140,23 @@ bool CapstoneResolver::TryLength(const unsigned char* bytes, size_t length, unsi
   return cs_disasm_iter(handle_, &code, &length, &at, insn_);
 }
 
-void CapstoneResolver::BringItStateTo(unsigned it_state) {
-  if (handle_it_state_ == it_state) return;
+void CapstoneResolver::SetItState(unsigned it_state) {
+  if (it_state == 0 && !handle_in_block_) return;
   cs_insn* cleared = nullptr;
   if (cs_disasm(handle_, kNop, sizeof(kNop), 0, 1, &cleared) != 0) cs_free(cleared, 1);
-  if (it_state != 0) {
-    // An `it` whose condition and mask are what remains of the block.
-    const unsigned char it[] = {static_cast<unsigned char>(it_state), 0xbf};
-    TryLength(it, sizeof(it), 0);
-  }
-  handle_it_state_ = it_state;
+  handle_in_block_ = it_state != 0;
+  if (it_state == 0) return;
+  // An `it` whose condition and mask are what remains of the block.
+  const unsigned char it[] = {static_cast<unsigned char>(it_state), 0xbf};
+  TryLength(it, sizeof(it), 0);
 }
 
 bool CapstoneResolver::Decode(const unsigned char* bytes, size_t available, unsigned address,
                               Disassembly* out) {
   if (available < 2) return false;
   const auto open_block = open_blocks_.find(address);
-  BringItStateTo(open_block == open_blocks_.end() ? 0 : open_block->second);
+  unsigned it_state = open_block == open_blocks_.end() ? 0 : open_block->second;
+  SetItState(it_state);
 
   const size_t guess = (bytes[1] & 0xf0) == 0xf0 ? 4 : 2;
   // The second attempt catches the 32-bit encodings that begin with 0xE8 to 0xEF.
@@ -150,13 +164,13 @@ bool CapstoneResolver::Decode(const unsigned char* bytes, size_t available, unsi
       !(available >= 4 && TryLength(bytes, 4, address)))
     return false;
 
-  if (insn_->id == ARM_INS_IT && handle_it_state_ == 0) {
-    handle_it_state_ = insn_->bytes[0];
-  } else if (insn_->id != ARM_INS_IT) {  // a nested `it`, UNPREDICTABLE, takes no slot
-    handle_it_state_ = AdvancedItState(handle_it_state_);
+  if (insn_->id != ARM_INS_IT) {
+    it_state = AdvancedItState(it_state);
+  } else if (it_state == 0) {  // a nested `it`, UNPREDICTABLE, takes no slot
+    it_state = insn_->bytes[0];
+    handle_in_block_ = true;
   }
-  if ((handle_it_state_ & 15u) == 0) handle_it_state_ = 0;
-  if (handle_it_state_ != 0) open_blocks_[address + insn_->size] = handle_it_state_;
+  if ((it_state & 15u) != 0) open_blocks_[address + insn_->size] = it_state;
   return BelongsToThisCore(*insn_) && Translate(out);
 }
 

@@ -48,14 +48,15 @@ class CapstoneResolver {
   static void print_insn_detail(const Disassembly& insn, const Registers& registers);
 
  private:
-  void BringItStateTo(unsigned it_state);
+  void SetItState(unsigned it_state);
   bool TryLength(const unsigned char* bytes, size_t length, unsigned address);
   bool Translate(Disassembly* out) const;
 
   size_t handle_ = 0;
   cs_insn* insn_ = nullptr;
-  // What the library's handle remembers of an open IT block: IT[7:0], 0 for none.
-  unsigned handle_it_state_ = 0;
+  // Whether the library's handle may remember an open IT block. How many of its slots are left is
+  // set before each decode: not every instruction takes one.
+  bool handle_in_block_ = false;
   // Remaining IT state by the address that continues an open block.
   std::unordered_map<unsigned, unsigned> open_blocks_;
 };

@@ -37,6 +37,7 @@ DecodeTables::~DecodeTables() {
 
 my_insn_t& DecodeTables::Construct(unsigned offset) {
   my_insn_t* record = new (&instructions_[offset]) my_insn_t;
+  record->entry = &functions_[offset];
   constructed_.push_back(offset);
   return *record;
 }

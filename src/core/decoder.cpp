@@ -19,10 +19,12 @@ namespace {
 
 // Executes in place of what does not decode.
 constexpr char kUndefinedKey[] = "udf_1";
+constexpr char kConditionalBranchKey[] = "b_cc_1";
 
 std::unique_ptr<InstructionTable> mnemonic_table_;
 std::unique_ptr<CapstoneResolver> capstone_;
 std::unique_ptr<DecodeTables> tables_;
+bool chaining_allowed_ = false;
 
 [[noreturn]] void ReportUnimplemented(const Disassembly& disassembly, const std::string& key) {
   const unsigned long tick = mcu_->clock().ticks();
@@ -48,7 +50,34 @@ Function DecoderOfMode(unsigned mode) {
   }
 }
 
+// Whether an instruction may go on to this pc by itself.
+bool LoopNeedNotLookAt(unsigned pc) {
+  return (pc & ~flash_address_) <= program_len_ && pc != mcu_->stop_pc;
+}
+
+// The function that goes on by itself, null where the loop has to come in between.
+Function ChainedFunction(const Variants& variants, Shape shape, my_insn_t& record) {
+  if (!chaining_allowed_) return nullptr;
+  const unsigned pc = static_cast<unsigned>(record.address);
+  if (!LoopNeedNotLookAt(pc + record.size)) return nullptr;
+  return variants.ChainedAt(shape, record.size, record.cc);
+}
+
+// The comparison in front of a conditional branch that was just decoded takes the branch along from
+// now on. Both have run by themselves then.
+void PairWithComparison(unsigned offset, const my_insn_t& branch) {
+  if (!LoopNeedNotLookAt(static_cast<unsigned>(branch.address))) return;
+  for (const unsigned size_bytes : {2u, 4u}) {
+    if (offset < size_bytes || tables_->instructions()[offset - size_bytes].size != size_bytes)
+      continue;
+    Function& entry = tables_->functions()[offset - size_bytes];
+    if (const BranchPairs* pairs = Instructions().FindBranchPairs(entry)) entry = (*pairs)[branch.cc];
+  }
+}
+
 }  // namespace
+
+void AllowChaining(bool allowed) { chaining_allowed_ = allowed && kTailCalls; }
 
 void InitMnemonic2ArmFunciton() {
   if (mnemonic_table_ != nullptr) return;
@@ -91,7 +120,7 @@ void ReleaseDecodeTables() {
 }
 
 template <unsigned N>
-void DisasmblyInstruction() {
+Function Decode() {
   const unsigned pc = registers_->pc();
   const unsigned offset = pc & ~flash_address_;
   my_insn_t& record = tables_->Construct(offset);
@@ -112,8 +141,18 @@ void DisasmblyInstruction() {
 
   const Function function = variants->at(shape, record.size);
   Function& entry = tables_->functions()[offset];
-  entry = N == 0 ? function : TraceFunction(N, offset, disassembly, key, function);
-  entry();
+  if constexpr (N != 0) return entry = TraceFunction(N, offset, disassembly, key, function);
+
+  const Function chained = ChainedFunction(*variants, shape, record);
+  entry = chained != nullptr ? chained : function;
+  if (chained != nullptr && key == kConditionalBranchKey) PairWithComparison(offset, record);
+  return entry;
+}
+
+// In the place of its frame, which would pile up with each address that a chain meets.
+template <unsigned N>
+void DisasmblyInstruction() {
+  Decode<N>()();
 }
 
 template void DisasmblyInstruction<0>();

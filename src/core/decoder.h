@@ -17,6 +17,9 @@ void InitMnemonic2ArmFunciton();
 // Allocates the decode tables for program_len_ bytes and fills the function table with the
 // decoder that -c/--capstone selects. Throws OrvoError for an unknown mode.
 void InitPcOffset2ArmFunction();
+// Whether instructions may go on to the next one by themselves (core/chain.h): for loops that don't
+// look at each instruction. What stands at args.pc_pos is left to the loop all the same.
+void AllowChaining(bool allowed);
 // Frees the decode tables and leaves the Mcu's slots null.
 void ReleaseDecodeTables();
 

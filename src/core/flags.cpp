@@ -12,9 +12,9 @@ unsigned GeBit(unsigned lane) {
 
 }  // namespace
 
-void updateCPSROnlyGp8(unsigned lane, bool on) { flags_detail::SetOrClear(GeBit(lane), on); }
+void updateCPSROnlyGp8(unsigned lane, bool on) { SetStatusBit(GeBit(lane), on); }
 
-bool getCPSROnlyGp(unsigned lane) { return (registers_->xpsr() & GeBit(lane)) != 0; }
+bool getCPSROnlyGp(unsigned lane) { return (registers_->status() & GeBit(lane)) != 0; }
 
 void updateCPSRFromImmOnlyC(unsigned short imm12) {
   if ((imm12 & 0xc00) == 0) return;

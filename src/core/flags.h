@@ -12,34 +12,43 @@ struct Sum {
   bool overflow;
 };
 
-// Subtraction is AddWithCarry(a, ~b, 1): carry then means no borrow.
+inline Sum Add(unsigned a, unsigned b) {
+  const unsigned value = a + b;
+  return {value, value < a, (((a ^ value) & (b ^ value)) >> 31) != 0};
+}
+
+// a + ~b + 1: carry means no borrow.
+inline Sum Subtract(unsigned a, unsigned b) {
+  const unsigned value = a - b;
+  return {value, a >= b, (((a ^ b) & (a ^ value)) >> 31) != 0};
+}
+
 inline Sum AddWithCarry(unsigned a, unsigned b, unsigned carry_in) {
   const unsigned long wide = static_cast<unsigned long>(a) + b + carry_in;
   const unsigned value = static_cast<unsigned>(wide);
   return {value, (wide >> 32) != 0, (((a ^ value) & (b ^ value)) >> 31) != 0};
 }
 
-inline unsigned CarryFlag() { return (registers_->xpsr() >> 29) & 1u; }
-
-namespace flags_detail {
-inline void SetOrClear(unsigned bit, bool on) {
-  unsigned& psr = registers_->xpsr();
-  psr = on ? psr | bit : psr & ~bit;
-}
-inline unsigned NZ(unsigned value) {
-  return (value & xpsr::kN) | (value == 0 ? xpsr::kZ : 0u);
-}
-}  // namespace flags_detail
+inline unsigned CarryFlag() { return registers_->flags().c; }
 
 // N and Z from the low 32 bits.
 inline void updateCPSROnlyNZ(unsigned long result) {
-  unsigned& psr = registers_->xpsr();
-  psr = (psr & ~(xpsr::kN | xpsr::kZ)) | flags_detail::NZ(static_cast<unsigned>(result));
+  registers_->flags().SetNZ(static_cast<unsigned>(result));
 }
-inline void updateCPSROnlyC(bool on) { flags_detail::SetOrClear(xpsr::kC, on); }
-inline void updateCPSROnlyV(bool on) { flags_detail::SetOrClear(xpsr::kV, on); }
-inline void updateCPSROnlyZ(bool on) { flags_detail::SetOrClear(xpsr::kZ, on); }
-inline void updateCPSROnlyQ(bool on) { flags_detail::SetOrClear(xpsr::kQ, on); }
+inline void updateCPSROnlyC(bool on) { registers_->flags().c = on; }
+inline void updateCPSROnlyV(bool on) { registers_->flags().v = on; }
+// N keeps its value.
+inline void updateCPSROnlyZ(bool on) {
+  ConditionFlags& flags = registers_->flags();
+  flags.Set((flags.n() ? xpsr::kN : 0u) | (on ? xpsr::kZ : 0u) | (flags.c ? xpsr::kC : 0u) |
+            (flags.v ? xpsr::kV : 0u));
+}
+// Bits of xPSR other than N, Z, C and V.
+inline void SetStatusBit(unsigned bit, bool on) {
+  unsigned& status = registers_->status();
+  status = on ? status | bit : status & ~bit;
+}
+inline void updateCPSROnlyQ(bool on) { SetStatusBit(xpsr::kQ, on); }
 
 // GE bits, one per byte lane 0 to 3; throws OrvoError for a higher lane.
 void updateCPSROnlyGp8(unsigned lane, bool on);
@@ -49,9 +58,10 @@ bool getCPSROnlyGp(unsigned lane);
 void updateCPSRFromImmOnlyC(unsigned short imm12);
 
 inline void SetFlagsCVNZ(const Sum& sum) {
-  unsigned& psr = registers_->xpsr();
-  psr = (psr & ~(xpsr::kN | xpsr::kZ | xpsr::kC | xpsr::kV)) | flags_detail::NZ(sum.value) |
-        (sum.carry ? xpsr::kC : 0u) | (sum.overflow ? xpsr::kV : 0u);
+  ConditionFlags& flags = registers_->flags();
+  flags.c = sum.carry;
+  flags.v = sum.overflow;
+  flags.SetNZ(sum.value);
 }
 
 }  // namespace orvo

@@ -98,6 +98,20 @@ Shape SettleDualMemory(my_insn_t& insn, bool writeback) {
   return SettleAddress(insn, 2, writeback);
 }
 
+bool IsStackPointer(const Operand& operand) {
+  return operand.type == OperandType::kRegister && operand.reg == kSp;
+}
+
+// add and sub of sp and an immediate: the commonest uses of sp as a plain register.
+Shape SettleStackSum(my_insn_t& insn) {
+  const Operand& destination = insn.operands[0];
+  insn.imm = static_cast<unsigned>(insn.operands.back().imm);
+  if (IsStackPointer(destination)) return Shape::kStackStep;
+  if (!IsPlainRegister(destination)) return Shape::kAny;
+  insn.rd = insn.op_records[0].word;
+  return Shape::kStackSum;
+}
+
 Shape SettleList(my_insn_t& insn) {
   const std::string_view name(insn.mnemonic.data());
   const bool is_load = name.find("pop") != name.npos || name.find("ldm") != name.npos;
@@ -124,6 +138,9 @@ Shape SettleShape(my_insn_t& insn, bool writeback) {
     return SettleField(insn);
 
   const unsigned last = count == 4 ? 3 : count - 1;
+  if ((count == 2 || count == 3) && IsStackPointer(insn.operands[count - 2]) &&
+      insn.operands[last].type == OperandType::kImmediate)
+    return SettleStackSum(insn);
   for (unsigned n = 0; n < last; ++n) {
     if (!IsPlainUnshifted(insn.operands[n])) return Shape::kAny;
   }

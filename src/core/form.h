@@ -23,6 +23,7 @@ enum FormFlag : unsigned {
   kExchange = 64,         // bx, blx
   kDecrementBefore = 128, // stmdb
   kSwapHalves = 1024,     // the x forms of the dual multiplications
+  kMayBranch = 2048,      // may write pc otherwise than by going on behind itself
 };
 
 // Where the operands stand. kAny reads them from the operand list with all their special cases;
@@ -34,6 +35,8 @@ enum class Shape : unsigned char {
   kLsl,        // last source is *rm shifted by a constant, 1 to 32
   kLsr,
   kAsr,
+  kStackSum,   // sources are sp and imm
+  kStackStep,  // the same, and sp is the destination too
   kField,    // a bit field of *rn (of *rd for bfc): imm is its lsb, shift_amount its width
   kBase,     // memory at *rn + imm
   kStack,    // memory at sp + imm
@@ -74,11 +77,33 @@ template <Form f>
   return false;
 }
 
+// Whether the write of the result does the condition's work: the instruction computes, which has no
+// other effect, and then keeps the old value. A branch would be mispredicted wherever the condition
+// depends on data, which is what IT blocks are for.
+template <Form f>
+constexpr bool SelectsResult() {
+  return f.Has(kConditional) && !f.Has(kSetsFlags) && f.shape != Shape::kAny &&
+         f.shape != Shape::kStackStep;
+}
+
+// SkippedByCondition for instructions that do nothing but compute and write operand 0.
+template <Form f>
+[[nodiscard, gnu::always_inline]] inline bool SkippedBeforeResult() {
+  if constexpr (SelectsResult<f>()) {
+    if (InItBlock()) ItAdvance();
+    return false;
+  } else {
+    return SkippedByCondition<f>();
+  }
+}
+
 // First source: operand 1 of a three-operand form, otherwise operand 0.
 template <Form f>
 [[gnu::always_inline]] inline unsigned First() {
   if constexpr (f.shape == Shape::kAny) {
     return f.Has(kThreeOperands) ? get_op<1, kValue>() : get_op<0, kValue>();
+  } else if constexpr (f.shape == Shape::kStackSum || f.shape == Shape::kStackStep) {
+    return registers_->sp();
   } else {
     return *CurrentInstruction().rn;
   }
@@ -90,7 +115,8 @@ template <Form f>
   const my_insn_t& insn = CurrentInstruction();
   if constexpr (f.shape == Shape::kAny) {
     return f.Has(kThreeOperands) ? get_op<2, kValue>() : get_op<1, kValue>();
-  } else if constexpr (f.shape == Shape::kImmediate) {
+  } else if constexpr (f.shape == Shape::kImmediate || f.shape == Shape::kStackSum ||
+                       f.shape == Shape::kStackStep) {
     return insn.imm;
   } else if constexpr (f.shape == Shape::kLsl) {
     return static_cast<unsigned>(static_cast<unsigned long>(*insn.rm) << insn.shift_amount);
@@ -110,6 +136,8 @@ template <Form f>
 [[gnu::always_inline]] inline void WriteResult(unsigned value) {
   if constexpr (f.shape == Shape::kAny) {
     set_reg<0>(value);
+  } else if constexpr (f.shape == Shape::kStackStep) {
+    registers_->SetSP(value);
   } else {
     *CurrentInstruction().rd = value;
   }
@@ -118,6 +146,24 @@ template <Form f>
 template <Form f>
 [[gnu::always_inline]] inline void MarkFloatingPoint() {
   if constexpr (f.Has(kFloatingPoint)) registers_->control() |= control::kFpContext;
+}
+
+// The same behind SkippedBeforeResult.
+template <Form f>
+[[gnu::always_inline]] inline void WriteSelected(unsigned value) {
+  if constexpr (SelectsResult<f>()) {
+    unsigned& rd = *CurrentInstruction().rd;
+    const unsigned mask = 0u - CodeCondition();
+    rd = (value & mask) | (rd & ~mask);
+  } else {
+    WriteResult<f>(value);
+  }
+}
+
+template <Form f>
+[[gnu::always_inline]] inline void WriteSelectedAndAdvance(unsigned value) {
+  WriteSelected<f>(value);
+  Advance<f>();
 }
 
 template <Form f>

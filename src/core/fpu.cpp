@@ -44,12 +44,15 @@ unsigned Float16ToFloat32(unsigned short half) {
 }
 
 int Float32ToInt32Cast(float value) {
-  constexpr int kLeast = std::numeric_limits<int>::min();
-  const int truncated = HostFloat::Truncate(value);
-  if (truncated != kLeast) return truncated;
-  // Doesn't fit, or is just that.
+  constexpr float kLimit = 2147483648.0f;
+  if (value >= -kLimit && value < kLimit) {
+    const int truncated = static_cast<int>(value);
+    if (static_cast<float>(truncated) != value) registers_->fpscr() |= fpscr::kIxc;
+    return truncated;
+  }
+  registers_->fpscr() |= fpscr::kIoc;
   if (std::isnan(value)) return 0;
-  return value > 0 ? std::numeric_limits<int>::max() : kLeast;
+  return value > 0 ? std::numeric_limits<int>::max() : std::numeric_limits<int>::min();
 }
 
 unsigned Float32ToUint32Cast(float value) {

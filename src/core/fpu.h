@@ -41,11 +41,10 @@ inline void updateCPSRExceptions(unsigned raised, float result) {
   registers_->fpscr() |= raised | (huge ? fpscr::kIoc : 0u);
 }
 
-// Around every arithmetic instruction: what the host raises in between goes to FPSCR, and the
-// context has floating point state from then on.
-inline void BeginFpuInstruction() { HostFloat::Forget(registers_->fpscr()); }
+// Ends an arithmetic instruction, whose flags from the host are in FPSCR already: the context has
+// floating point state from then on.
 inline void EndFpuInstruction(float result) {
-  updateCPSRExceptions(HostFloat::Raised(), result);
+  updateCPSRExceptions(0, result);
   registers_->control() |= control::kFpContext;
 }
 
@@ -57,7 +56,7 @@ void updateCPSRForF64(double a, double b, double difference);
 
 // N, Z, C and V of FPSCR to xPSR.
 inline void updateCPSRWithFPSCR() {
-  registers_->xpsr() = (registers_->xpsr() & ~fpscr::kNzcv) | (registers_->fpscr() & fpscr::kNzcv);
+  registers_->flags().Set(registers_->fpscr());
 }
 
 }  // namespace orvo

@@ -9,7 +9,6 @@
 
 #include <cfenv>
 #include <cmath>
-#include <limits>
 
 namespace orvo {
 
@@ -63,22 +62,6 @@ struct PortableFloat {
     const volatile float x = a, result = std::sqrt(x);
     return result;
   }
-  static float FromInteger(long value) {
-    const volatile long x = value;
-    const volatile float result = static_cast<float>(x);
-    return result;
-  }
-  // Toward zero. What doesn't fit, and NaN, gives the least integer and raises "invalid".
-  static int Truncate(float value) {
-    constexpr float kLimit = 2147483648.0f;
-    if (!(value >= -kLimit && value < kLimit)) {
-      std::feraiseexcept(FE_INVALID);
-      return std::numeric_limits<int>::min();
-    }
-    const volatile float x = value;
-    const volatile int result = static_cast<int>(x);
-    return result;
-  }
 };
 
 #if defined(__x86_64__)
@@ -113,16 +96,6 @@ struct SseFloat {
   static float SquareRoot(float a) {
     asm volatile("sqrtss %0, %0" : "+x"(a));
     return a;
-  }
-  static float FromInteger(long value) {
-    float result = 0;
-    asm volatile("cvtsi2ssq %1, %0" : "+x"(result) : "r"(value));
-    return result;
-  }
-  static int Truncate(float value) {
-    int result;
-    asm volatile("cvttss2si %1, %0" : "=r"(result) : "x"(value));
-    return result;
   }
 
  private:

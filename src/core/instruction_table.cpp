@@ -14,4 +14,13 @@ const Variants* InstructionTable::Find(const std::string& key) const {
   return row == mnemonic_2_arm_function_.end() ? nullptr : &row->second;
 }
 
+void InstructionTable::AddBranchPairs(Function comparison, const BranchPairs& pairs) {
+  branch_pairs_.emplace(comparison, pairs);
+}
+
+const BranchPairs* InstructionTable::FindBranchPairs(Function comparison) const {
+  const auto pairs = branch_pairs_.find(comparison);
+  return pairs == branch_pairs_.end() ? nullptr : &pairs->second;
+}
+
 }  // namespace orvo

@@ -62,6 +62,7 @@ struct alignas(64) my_insn_t {
 
   unsigned char op_count = 0;
   unsigned cc = 0;
+  Function* entry = nullptr;  // its place in the function table; what follows stands at [size]
   unsigned long address = 0;
   std::array<Operand*, 6> op_ptr{};
   std::array<OperandRecord*, 6> rec_ptr{};

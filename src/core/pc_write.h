@@ -21,7 +21,7 @@ inline void BXWritePC() {
     return;
   }
   if ((registers_->pc() & 1u) == 0) {
-    registers_->xpsr() &= ~xpsr::kThumb;
+    registers_->status() &= ~xpsr::kThumb;
     interrupts_->RaiseInterrupt(kUsageFault, true);
   }
 }

@@ -11,7 +11,7 @@ constexpr unsigned kLastDumpedId = kControl;
 }  // namespace
 
 void Registers::init(unsigned pc, unsigned sp) {
-  words_[kXpsr] = 0;
+  set_xpsr(0);
   words_[kPrimask] = 0;
   words_[kFaultmask] = 0;
   words_[kBasepri] = 0;
@@ -29,7 +29,8 @@ void Registers::serializeToFile(std::ostream* stream) const {
   const char fill = stream->fill('0');
   *stream << "Regs:\n";
   for (unsigned id = 0; id <= kLastDumpedId; ++id) {
-    *stream << 'R' << std::dec << id << ": 0x" << std::hex << std::setw(8) << words_[id] << '\n';
+    const unsigned value = id == kXpsr ? xpsr() : words_[id];
+    *stream << 'R' << std::dec << id << ": 0x" << std::hex << std::setw(8) << value << '\n';
   }
   stream->flags(flags);
   stream->fill(fill);

@@ -21,7 +21,9 @@ struct Traced {
 // By program offset; empty unless -c asks for a mode.
 std::unordered_map<unsigned, Traced> pc_offset_2_arm_capstone_struct_;
 
-const Traced& Current() { return pc_offset_2_arm_capstone_struct_.at(registers_->pc() & ~flash_address_); }
+const Traced& Current() {
+  return pc_offset_2_arm_capstone_struct_.at(registers_->pc() & ~flash_address_);
+}
 
 bool Prints() { return ArgsManager::Get().start_tick <= mcu_->clock().ticks(); }
 
@@ -38,7 +40,7 @@ void ForgetTracedInstructions() { pc_offset_2_arm_capstone_struct_.clear(); }
 void PrintInstruction(const Disassembly& disassembly, const std::string& key) {
   unsigned machine_code;
   std::memcpy(&machine_code, disassembly.bytes.data(), sizeof(machine_code));
-  std::printf("0x%lx:\t0x%x\t%s\t\t%s\n", static_cast<unsigned long>(disassembly.address),
+  std::printf("0x0%lx:\t0x%x\t%s\t\t%s\n", static_cast<unsigned long>(disassembly.address),
               machine_code, key.c_str(), disassembly.operand_text.c_str());
   std::printf("\tCPSR: 0x%x \tTickCount: %llu\n", registers_->xpsr(),
               static_cast<unsigned long long>(mcu_->clock().ticks()));
@@ -47,10 +49,10 @@ void PrintInstruction(const Disassembly& disassembly, const std::string& key) {
 void LineMode() {
   const Traced& traced = Current();
   if (Prints()) {
-    std::printf("0x%lx:\t%llu:\tISRn=%d\t\t%s\t\t%s\r\n",
+    std::printf("0x0%lx:\t%llu:\tISRn=%d\t\t%s\t\t%s\r\n",
                 static_cast<unsigned long>(traced.disassembly.address),
                 static_cast<unsigned long long>(mcu_->clock().ticks()),
-                static_cast<int>(registers_->xpsr() & xpsr::kExceptionNumber), traced.key.c_str(),
+                static_cast<int>(registers_->status() & xpsr::kExceptionNumber), traced.key.c_str(),
                 traced.disassembly.operand_text.c_str());
   }
   traced.function();

@@ -3,6 +3,7 @@
 
 #include <iomanip>
 #include <iostream>
+#include <new>
 #include <sstream>
 
 #include "config/configuration_file_handler.h"
@@ -42,23 +43,34 @@ void Mcu::start() {
 }
 
 void Mcu::ResizeFromConfiguration(const char* section, const char* key) {
-  const unsigned size_bytes = ConfigurationFileHandler::Get().GetIntFromMcuConfig(key);
+  const ConfigurationFileHandler& board = ConfigurationFileHandler::Get();
+  const unsigned size_bytes = board.GetIntFromMcuConfig(key);
   if (static_cast<int>(size_bytes) < 0) return;
+  const JsonPlace place = board.McuConfigPlace()[key];
   MemorySection* resized = memory_.GetSectionByName(section);
+  const MemorySection* next = nullptr;
   for (const MemorySection* other : memory_.GetSections()) {
-    if (other->start() > resized->start() && other->start() - resized->start() < size_bytes) {
-      throw UserError(std::string("board.json: Mcu config ") + key + ": " +
-                      std::to_string(size_bytes) + " bytes reach into " + other->name() +
-                      " at 0x" + IntToHex(other->start()));
-    }
+    if (other->start() <= resized->start()) continue;
+    if (next == nullptr || other->start() < next->start()) next = other;
   }
-  resized->Resize(size_bytes);
+  if (next != nullptr && next->start() - resized->start() < size_bytes) {
+    place.Fail("at most " + std::to_string(next->start() - resized->start()) + " bytes, up to " +
+               next->name() + " at 0x" + IntToHex(next->start()));
+  }
+  try {
+    resized->Resize(size_bytes);
+  } catch (const std::bad_alloc&) {
+    place.Fail("a number of bytes that the host's memory holds");
+  }
 }
 
 Peripheral* Mcu::AddDevice(std::unique_ptr<Peripheral> device) {
   return devices_.emplace_back(std::move(device)).get();
 }
 
+// Deliberate: the exceptions keep what firmware has written to NVIC and VTOR, whose registers read
+// 0 after the reset: pc comes from the vector table that VTOR selected before (the stack pointer
+// from flash), and lines stay enabled and keep their priorities.
 void Mcu::Reset(ResetType type) {
   memory_.ResetMemory(type);
   const unsigned stack_pointer = memory_.get<false>(GetFlashOffset());
@@ -156,6 +168,8 @@ unsigned Mcu::ExceptionReturnValue() const {
   return value;
 }
 
+// Deliberate: pc is stacked as it is, with bit 0 set right after a bx, a pop or a load that wrote
+// it so: the run loop clears the bit only when it fetches.
 void Mcu::backupRegisters(int) {
   pushValueToStack(registers_.xpsr());
   pushValueToStack(registers_.pc());
@@ -168,7 +182,7 @@ void Mcu::restoreRegisters(bool floating_point) {
   for (const unsigned n : {0u, 1u, 2u, 3u, 12u}) registers_.r(n) = popValueFromStack();
   registers_.lr() = popValueFromStack();
   registers_.pc() = popValueFromStack();
-  registers_.xpsr() = popValueFromStack();
+  registers_.set_xpsr(popValueFromStack());
   registers_.control() &= ~control::kFpContext;
   if (floating_point) registers_.control() |= control::kFpContext;
 }

@@ -109,18 +109,22 @@ class Mcu : public TickListener, public ClockManager {
   my_insn_t* current_instruction = nullptr;
   Function* pc_offset_2_arm_function = nullptr;
   my_insn_t* pc_offset_2_my_insn_struct = nullptr;
+  // Where instructions leave the next one to the run loop, --pc-pos; all ones for nowhere.
+  unsigned stop_pc = ~0u;
 
  protected:
   void SetInterrupts(std::unique_ptr<Interrupts> interrupts) {
     interrupts_ = std::move(interrupts);
   }
+  // Gives the section the size in bytes that the key of the chip's configuration names, if it does.
+  // Throws UserError for a size that reaches into the next section or that the host can't hold.
+  void ResizeFromConfiguration(const char* section, const char* key);
 
  private:
   unsigned ExceptionReturnValue() const;
   unsigned long NanosecondsOf(unsigned long ticks) const;
   void SendEventPacket(const nlohmann::json& event);
   void SendResponse(const nlohmann::json& response);
-  void ResizeFromConfiguration(const char* section, const char* key);
 
   SourceClock* clock_;
   Registers registers_;

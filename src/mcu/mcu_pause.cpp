@@ -65,7 +65,9 @@ void Mcu::AttachToTick() {
 
 unsigned long Mcu::OnTick(unsigned long) {
   do {
-    if (IsPauseState()) Pause();
+    // Not paused any more, if "resume_running" came at the same tick: both commands wait for their
+    // answers.
+    if (IsPauseState() || respond_on_pause_ || respond_on_resume_) Pause();
     tick_attached_ = false;
     // A pause that was asked for between these two found the Mcu attached still: it is taken here.
   } while (IsPauseState() && !stop_requested_ && !tick_attached_.exchange(true));

@@ -3,6 +3,8 @@
 #include <memory>
 
 #include "config/configuration_file_handler.h"
+#include "peripherals/nrf52/rng_handler.h"
+#include "peripherals/nrf52/temp_handler.h"
 
 namespace orvo {
 
@@ -78,10 +80,10 @@ void Nrf52::SetFrequency() { clock().SetFrequency(kCoreFrequencyHz); }
 
 void Nrf52::start() {
   Mcu::start();
-  const int size_bytes =
-      static_cast<int>(ConfigurationFileHandler::Get().GetIntFromMcuConfig("external_ram_size"));
-  if (size_bytes >= 0) {
-    memory().GetSectionByName("External RAM")->Resize(static_cast<unsigned>(size_bytes));
+  ResizeFromConfiguration("External RAM", "external_ram_size");
+  if (const std::optional<unsigned> seed = ConfigurationFileHandler::Get().GetSeed()) {
+    memory().GetSectionByName<RNGHandler>("RNG")->Seed(*seed);
+    memory().GetSectionByName<TEMPHandler>("TEMP")->Seed(*seed);
   }
 }
 

@@ -33,7 +33,8 @@ class Nrf52 : public Mcu {
   void SetFrequency() override;
   unsigned GetFlashOffset() const override { return 0; }
   unsigned GetSudoStartAddress() const override { return kSudoStart; }
-  // Takes the size of "External RAM" from the board, where it is "external_ram_size".
+  // Takes the size of "External RAM" from the board, where it is "external_ram_size", and the
+  // "seed" of RNG and TEMP.
   void start() override;
 
   static constexpr unsigned kSudoStart = 0xa0000000;

@@ -1,29 +1,29 @@
 // nRF52832. Source: nRF52832 Product Specification, "Memory", "Instantiation".
 #include "control/sudo_handler.h"
 #include "mcu/nrf52.h"
+#include "peripherals/nrf52/aar_handler.h"
+#include "peripherals/nrf52/ccm_handler.h"
+#include "peripherals/nrf52/ecb_handler.h"
 #include "peripherals/nrf52/ficr_handler.h"
+#include "peripherals/nrf52/mwu_handler.h"
 #include "peripherals/nrf52/power_clock_handler.h"
-#include "peripherals/nrf52/registers/nrf52_aar.h"
-#include "peripherals/nrf52/registers/nrf52_ccm.h"
-#include "peripherals/nrf52/registers/nrf52_ecb.h"
+#include "peripherals/nrf52/ppi_handler.h"
 #include "peripherals/nrf52/registers/nrf52_gpio.h"
 #include "peripherals/nrf52/registers/nrf52_gpiote.h"
 #include "peripherals/nrf52/registers/nrf52_lpcomp.h"
-#include "peripherals/nrf52/registers/nrf52_mwu.h"
 #include "peripherals/nrf52/registers/nrf52_nvmc.h"
-#include "peripherals/nrf52/registers/nrf52_ppi.h"
 #include "peripherals/nrf52/registers/nrf52_pwm.h"
 #include "peripherals/nrf52/registers/nrf52_qdec.h"
 #include "peripherals/nrf52/registers/nrf52_radio.h"
-#include "peripherals/nrf52/registers/nrf52_rng.h"
-#include "peripherals/nrf52/registers/nrf52_rtc.h"
 #include "peripherals/nrf52/registers/nrf52_saadc.h"
 #include "peripherals/nrf52/registers/nrf52_spim_twim.h"
-#include "peripherals/nrf52/registers/nrf52_temp.h"
-#include "peripherals/nrf52/registers/nrf52_timer.h"
-#include "peripherals/nrf52/registers/nrf52_wdt.h"
+#include "peripherals/nrf52/rng_handler.h"
+#include "peripherals/nrf52/rtc_handler.h"
+#include "peripherals/nrf52/temp_handler.h"
+#include "peripherals/nrf52/timer_handler.h"
 #include "peripherals/nrf52/uart_handler.h"
 #include "peripherals/nrf52/uicr_handler.h"
+#include "peripherals/nrf52/wdt_handler.h"
 #include "time/system_control_block_handler.h"
 
 namespace orvo {
@@ -71,17 +71,17 @@ constexpr SectionRow kSections[] = {
     {"NFCT",               0x40005000,     4096, Unimplemented},
     {"GPIOTE",             0x40006000,     4096, Make<Nrf52GPIOTE>,        "GPIOTE"},
     {"SAADC",              0x40007000,     4096, Make<Nrf52SAADC>,         "SAADC"},
-    {"TIMER0",             0x40008000,     4096, Make<Nrf52TIMER>,         "TIMER0"},
-    {"TIMER1",             0x40009000,     4096, Make<Nrf52TIMER>,         "TIMER1"},
-    {"TIMER2",             0x4000A000,     4096, Make<Nrf52TIMER>,         "TIMER2"},
-    {"RTC0",               0x4000B000,     4096, Make<Nrf52RTC>,           "RTC0"},
-    {"TEMP",               0x4000C000,     4096, Make<Nrf52TEMP>,          "TEMP"},
-    {"RNG",                0x4000D000,     4096, Make<Nrf52RNG>,           "RNG"},
-    {"ECB",                0x4000E000,     4096, Make<Nrf52ECB>,           "ECB"},
-    {"CCM",                0x4000F000,     4096, Make<Nrf52CCM>,           "CCM_AAR"},
-    {"CCM_AAR",            0x4000F000,     4096, Make<Nrf52AAR>,           "CCM_AAR"},
-    {"WDT",                0x40010000,     4096, Make<Nrf52WDT>,           "WDT"},
-    {"RTC1",               0x40011000,     4096, Make<Nrf52RTC>,           "RTC1"},
+    {"TIMER0",             0x40008000,     4096, Make<TimerHandler>,       "TIMER0"},
+    {"TIMER1",             0x40009000,     4096, Make<TimerHandler>,       "TIMER1"},
+    {"TIMER2",             0x4000A000,     4096, Make<TimerHandler>,       "TIMER2"},
+    {"RTC0",               0x4000B000,     4096, Make<RTCHandler>,         "RTC0"},
+    {"TEMP",               0x4000C000,     4096, Make<TEMPHandler>,        "TEMP"},
+    {"RNG",                0x4000D000,     4096, Make<RNGHandler>,         "RNG"},
+    {"ECB",                0x4000E000,     4096, Make<ECBHandler>,         "ECB"},
+    {"CCM",                0x4000F000,     4096, Make<CCMHandler>,         "CCM_AAR"},
+    {"CCM_AAR",            0x4000F000,     4096, Make<AARHandler>,         "CCM_AAR"},
+    {"WDT",                0x40010000,     4096, Make<WDTHandler>,         "WDT"},
+    {"RTC1",               0x40011000,     4096, Make<RTCHandler>,         "RTC1"},
     {"QDEC",               0x40012000,     4096, Make<Nrf52QDEC>,          "QDEC"},
     {"LPCOMP",             0x40013000,     4096, Make<Nrf52LPCOMP>,        "COMP_LPCOMP"},
     {"SWI0",               0x40014000,     4096, Unimplemented},
@@ -90,17 +90,17 @@ constexpr SectionRow kSections[] = {
     {"SWI3",               0x40017000,     4096, Unimplemented},
     {"SWI4",               0x40018000,     4096, Unimplemented},
     {"SWI5",               0x40019000,     4096, Unimplemented},
-    {"TIMER3",             0x4001A000,     4096, Make<Nrf52TIMER>,         "TIMER3"},
-    {"TIMER4",             0x4001B000,     4096, Make<Nrf52TIMER>,         "TIMER4"},
+    {"TIMER3",             0x4001A000,     4096, Make<TimerHandler>,       "TIMER3"},
+    {"TIMER4",             0x4001B000,     4096, Make<TimerHandler>,       "TIMER4"},
     {"PWM0",               0x4001C000,     4096, Make<Nrf52PWM>,           "PWM0"},
     {"PDM",                0x4001D000,     4096, Unimplemented},
     {"NVMC",               0x4001E000,     4096, Make<Nrf52NVMC>},
-    {"PPI",                0x4001F000,     4096, Make<Nrf52PPI>},
-    {"MWU",                0x40020000,     4096, Make<Nrf52MWU>,           "MWU"},
+    {"PPI",                0x4001F000,     4096, Make<PPIHandler>},
+    {"MWU",                0x40020000,     4096, Make<MWUHandler>,         "MWU"},
     {"PWM1",               0x40021000,     4096, Make<Nrf52PWM>,           "PWM1"},
     {"PWM2",               0x40022000,     4096, Make<Nrf52PWM>,           "PWM2"},
     {"SPIM_TWIM2",         0x40023000,     4096, Make<Nrf52SPIM_TWIM>,     kSerial2},
-    {"RTC2",               0x40024000,     4096, Make<Nrf52RTC>,           "RTC2"},
+    {"RTC2",               0x40024000,     4096, Make<RTCHandler>,         "RTC2"},
     {"I2S",                0x40025000,     4096, Unimplemented},
     {"FPU",                0x40026000,     4096, Unimplemented},
     {"SUDO",               0xA0000000,     4096, Make<SudoHandler>},

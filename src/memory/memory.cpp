@@ -49,6 +49,11 @@ void Notify(const MemorySection& section, unsigned address, unsigned value, unsi
 }  // namespace
 
 Memory::~Memory() {
+  // An observer may be a section that goes before the one that it observes.
+  for (MemorySection* section : sections_) {
+    if (section->access_observer() != nullptr) section->SetAccessObserver(nullptr);
+    if (section->event_observer() != nullptr) section->SetEventObserver(nullptr);
+  }
   // Later sections may refer to earlier ones.
   while (!sections_.empty()) {
     delete sections_.back();
@@ -139,7 +144,7 @@ void Memory::AddSection(MemorySection* section) {
   if (section->name() == "SystemControlBlock") system_control_block_ = section;
   by_name_[section->name()] = section;
   // Of two sections with one last byte the later is found; the other keeps its name.
-  by_last_address_[section->end() - 1] = section;
+  if (section->size() != 0) by_last_address_[section->end() - 1] = section;
   sections_.push_back(owned.release());
   UpdateWindows();
 }
@@ -147,21 +152,31 @@ void Memory::AddSection(MemorySection* section) {
 void Memory::UpdateSectionSize(unsigned old_end, unsigned new_end, MemorySection* section) {
   const auto old = by_last_address_.find(old_end - 1);
   if (old != by_last_address_.end() && old->second == section) by_last_address_.erase(old);
-  by_last_address_[new_end - 1] = section;
+  if (section->size() != 0) by_last_address_[new_end - 1] = section;
   UpdateWindows();
 }
 
+// An event observer hears of stores only: a PPI channel that names address 0, as one does that
+// firmware has cleared, leaves flash as fast as it was.
 void Memory::UpdateWindows() {
-  ram_ = WindowOf(data_ram_section_);
-  flash_ = WindowOf(flash_section_);
+  const MemorySection* ram = data_ram_section_;
+  ram_ = WindowOf(ram, ram != nullptr && ram->StoresArePlain() && ram->event_observer() == nullptr);
+  flash_ = WindowOf(flash_section_, true);
 }
 
-Memory::Window Memory::WindowOf(const MemorySection* section) {
-  if (section == nullptr || !section->IsPlainStorage() || section->access_observer() != nullptr ||
-      section->event_observer() != nullptr) {
+Memory::Window Memory::WindowOf(const MemorySection* section, bool open) {
+  if (!open || section == nullptr || !section->LoadsArePlain() ||
+      section->access_observer() != nullptr) {
     return {};
   }
   return {section->start(), section->size(), section->bytes()};
+}
+
+// The shortcut is looked for first: handlers that reach a register through its section pass here
+// each time.
+void Memory::AddShortcut(Shortcuts& shortcuts, unsigned address, const RegisterAccessor& accessor) {
+  if (shortcuts.count(address) != 0 || LookUpSection(address) != accessor.section) return;
+  shortcuts.emplace(address, accessor);
 }
 
 MemorySection* Memory::LookUpSection(unsigned address) const {

@@ -111,9 +111,11 @@ class Memory : public Observer<MemoryNotification> {
   // Throws OrvoError for a name that no section has, or whose section isn't a T.
   template <class T = MemorySection>
   T* GetSectionByName(const std::string& name) const {
-    T* section = dynamic_cast<T*>(SectionByName(name));
+    MemorySection* section = SectionByName(name);
     if (section == nullptr) throw OrvoError("Unknown section : " + name + " in memory section");
-    return section;
+    T* handler = dynamic_cast<T*>(section);
+    if (handler == nullptr) throw OrvoError("Section " + name + " has another class than expected");
+    return handler;
   }
   bool HasSection(const std::string& name) const { return by_name_.count(name) != 0; }
   const std::vector<MemorySection*>& GetSections() const { return sections_; }
@@ -126,13 +128,14 @@ class Memory : public Observer<MemoryNotification> {
   void serializeToFile(std::ostream* stream) const;
 
   // Entered by PeripheralMemory at the first access of exactly the register's width, which T gives.
+  // Not for a section that is reached by name only, behind another one of the same place.
   template <class T>
   void AddReadShortcut(unsigned address, const RegisterAccessor& accessor) {
-    ReadShortcuts<T>().emplace(address, accessor);
+    AddShortcut(ReadShortcuts<T>(), address, accessor);
   }
   template <class T>
   void AddWriteShortcut(unsigned address, const RegisterAccessor& accessor) {
-    WriteShortcuts<T>().emplace(address, accessor);
+    AddShortcut(WriteShortcuts<T>(), address, accessor);
   }
 
   // Nothing relies on notifications to Memory itself.
@@ -141,8 +144,8 @@ class Memory : public Observer<MemoryNotification> {
  private:
   using Shortcuts = std::unordered_map<unsigned, RegisterAccessor>;
 
-  // A section that is served straight from its bytes: no range at all while it isn't plain storage
-  // or somebody observes it.
+  // A section that is served straight from its bytes: no range at all while somebody observes what
+  // the window serves, or the section isn't plain storage for it.
   struct Window {
     unsigned start = 0;
     unsigned long size = 0;
@@ -172,7 +175,8 @@ class Memory : public Observer<MemoryNotification> {
   template <class T, bool notify>
   void WriteElsewhere(unsigned address, T value);
   MemorySection* SectionByName(const std::string& name) const;
-  static Window WindowOf(const MemorySection* section);
+  void AddShortcut(Shortcuts& shortcuts, unsigned address, const RegisterAccessor& accessor);
+  static Window WindowOf(const MemorySection* section, bool open);
   // The section "Data RAM" or "Flash" if the address lies in it, otherwise null.
   MemorySection* RamOrFlash(unsigned address) const;
   template <class T>
@@ -188,8 +192,8 @@ class Memory : public Observer<MemoryNotification> {
     if constexpr (sizeof(T) == sizeof(unsigned char)) return write_byte_;
   }
 
-  Window ram_;
-  Window flash_;
+  Window ram_;    // loads and stores
+  Window flash_;  // loads
   MemorySection* data_ram_section_ = nullptr;
   MemorySection* flash_section_ = nullptr;
   MemorySection* system_control_block_ = nullptr;

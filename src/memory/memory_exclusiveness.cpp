@@ -5,7 +5,7 @@
 namespace orvo {
 
 MemoryExclusiveness::Key MemoryExclusiveness::KeyOf(unsigned address) const {
-  return {mcu_->registers().xpsr() & xpsr::kExceptionNumber, address};
+  return {mcu_->registers().status() & xpsr::kExceptionNumber, address};
 }
 
 void MemoryExclusiveness::WriteRegister(unsigned id, unsigned value) {

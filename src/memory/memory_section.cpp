@@ -69,25 +69,25 @@ void MemorySection::wrongAddressAccess(unsigned offset) {
                   IntToHex(start_ + offset) + ") accessed in MemorySection. Section: " + name_);
 }
 
-unsigned MemorySection::get(unsigned offset) { return Load<unsigned>(offset); }
-
 unsigned short MemorySection::getHalfWord(unsigned offset) { return Load<unsigned short>(offset); }
 
 unsigned char MemorySection::getByte(unsigned offset) { return Load<unsigned char>(offset); }
 
+// A plain store where nobody listens costs two tests more than storing.
+
 void MemorySection::set(unsigned offset, unsigned value) {
-  AssignValue(offset, value);
-  SignalToPpiIfNeeded(offset, value);
+  own_assign_ ? AssignValue(offset, value) : Store(offset, value);
+  if (event_observer_ != nullptr) SignalToPpiIfNeeded(offset, value);
 }
 
 void MemorySection::setHalfWord(unsigned offset, unsigned short value) {
-  AssignHalfWordValue(offset, value);
-  SignalToPpiIfNeeded(offset, value);
+  own_assign_ ? AssignHalfWordValue(offset, value) : Store(offset, value);
+  if (event_observer_ != nullptr) SignalToPpiIfNeeded(offset, value);
 }
 
 void MemorySection::setByte(unsigned offset, unsigned char value) {
-  AssignByteValue(offset, value);
-  SignalToPpiIfNeeded(offset, value);
+  own_assign_ ? AssignByteValue(offset, value) : Store(offset, value);
+  if (event_observer_ != nullptr) SignalToPpiIfNeeded(offset, value);
 }
 
 void MemorySection::AssignValue(unsigned offset, unsigned value) { Store(offset, value); }
@@ -104,13 +104,15 @@ void MemorySection::SignalToPpiIfNeeded(unsigned offset, unsigned value) {
   event_observer_->UpdateOne(&event);
 }
 
-void MemorySection::TurnOnBitReg(unsigned offset, unsigned bit) {
-  MemorySection::set(offset, Load<unsigned>(offset) | 1u << bit);
+void MemorySection::SwitchBit(unsigned offset, unsigned bit, bool on) {
+  if (bit >= 32) return;
+  const unsigned others = Load<unsigned>(offset) & ~(1u << bit);
+  MemorySection::set(offset, others | static_cast<unsigned>(on) << bit);
 }
 
-void MemorySection::TurnOffBitReg(unsigned offset, unsigned bit) {
-  MemorySection::set(offset, Load<unsigned>(offset) & ~(1u << bit));
-}
+void MemorySection::TurnOnBitReg(unsigned offset, unsigned bit) { SwitchBit(offset, bit, true); }
+
+void MemorySection::TurnOffBitReg(unsigned offset, unsigned bit) { SwitchBit(offset, bit, false); }
 
 // --- The section as a whole ----------------------------------------------------------------------
 

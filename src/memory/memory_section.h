@@ -36,11 +36,13 @@ class MemorySection : public Peripheral {
   // Offsets are relative to the section's start. Loads and stores are little-endian at any
   // alignment; what lies beyond the end reads 0 and takes no store.
   virtual void wrongAddressAccess(unsigned offset);
-  virtual unsigned get(unsigned offset);
+  virtual unsigned get(unsigned offset) { return Load<unsigned>(offset); }
   virtual unsigned short getHalfWord(unsigned offset);
   virtual unsigned char getByte(unsigned offset);
-  // Host address of the byte at offset.
-  virtual unsigned char* GetORVOPtr(unsigned offset) { return bytes_.get() + offset; }
+  // Host address of the byte at offset; null if there is none.
+  virtual unsigned char* GetORVOPtr(unsigned offset) {
+    return bytes_ != nullptr && offset < size_ ? bytes_.get() + offset : nullptr;
+  }
   // Store and tell the event observer.
   virtual void set(unsigned offset, unsigned value);
   virtual void setHalfWord(unsigned offset, unsigned short value);
@@ -55,8 +57,10 @@ class MemorySection : public Peripheral {
   virtual void ApplyConfiguration(const nlohmann::json& configuration);
   virtual unsigned GetRegisterOffset(unsigned offset) { return offset; }
   virtual unsigned GetRegisterSize(unsigned offset);
-  // Whether Memory may serve the section from its bytes, without the virtual accessors.
-  virtual bool IsPlainStorage() const { return false; }
+  // Whether Memory may serve loads or stores from the section's bytes, past the virtual accessors.
+  virtual bool LoadsArePlain() const { return false; }
+  virtual bool StoresArePlain() const { return false; }
+  bool IsPlainStorage() const { return LoadsArePlain() && StoresArePlain(); }
 
   unsigned start() const { return start_; }
   unsigned end() const { return start_ + size_; }  // one past the last byte
@@ -70,6 +74,7 @@ class MemorySection : public Peripheral {
   bool sudo() const { return sudo_; }
   // The text form of a memory dump.
   void serializeToFile(std::ostream* stream) const;
+  // A bit beyond 31 doesn't exist: nothing happens.
   void TurnOnBitReg(unsigned offset, unsigned bit);
   void TurnOffBitReg(unsigned offset, unsigned bit);
 
@@ -81,12 +86,16 @@ class MemorySection : public Peripheral {
   Observer<MemoryNotification>* event_observer() const { return event_observer_; }
 
  protected:
+  // For the constructor of a class that overrides AssignValue and its siblings: set, setHalfWord
+  // and setByte call them then. For all others they store without a virtual call.
+  void UseOwnAssign() { own_assign_ = true; }
   // Frees the bytes, for sections that only redirect.
   void DropBytes() { bytes_.reset(); }
   // The section's logger, built when something is first written to it.
   spdlog::logger& log();
 
  private:
+  void SwitchBit(unsigned offset, unsigned bit, bool on);
   // How many bytes of a T at the offset exist.
   template <class T>
   size_t Within(unsigned offset) const {
@@ -99,7 +108,7 @@ class MemorySection : public Peripheral {
     const size_t length = Within<T>(offset);
     if (length == sizeof(T)) {
       std::memcpy(&value, bytes_.get() + offset, sizeof(T));
-    } else if (length != 0) {
+    } else if (sizeof(T) > 1 && length != 0) {
       std::memcpy(&value, bytes_.get() + offset, length);
     }
     return value;
@@ -109,7 +118,7 @@ class MemorySection : public Peripheral {
     const size_t length = Within<T>(offset);
     if (length == sizeof(T)) {
       std::memcpy(bytes_.get() + offset, &value, sizeof(T));
-    } else if (length != 0) {
+    } else if (sizeof(T) > 1 && length != 0) {
       std::memcpy(bytes_.get() + offset, &value, length);
     }
   }
@@ -119,6 +128,7 @@ class MemorySection : public Peripheral {
   Observer<MemoryNotification>* access_observer_ = nullptr;
   Observer<MemoryNotification>* event_observer_ = nullptr;
   bool sudo_ = false;
+  bool own_assign_ = false;
   std::string name_;
   std::unique_ptr<unsigned char[]> bytes_;
   std::shared_ptr<spdlog::logger> logger_;
@@ -129,7 +139,8 @@ class MemorySection : public Peripheral {
 class PlainSection : public MemorySection {
  public:
   using MemorySection::MemorySection;
-  bool IsPlainStorage() const override { return true; }
+  bool LoadsArePlain() const override { return true; }
+  bool StoresArePlain() const override { return true; }
 };
 
 // A block that the chip has and the model deliberately doesn't: any access ends the run.

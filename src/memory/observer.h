@@ -8,12 +8,12 @@ namespace orvo {
 template <class T>
 class Observer {
  public:
-  virtual ~Observer() = default;
   virtual void Update(std::vector<T>* events) = 0;
   virtual void UpdateOne(T* event) {
     std::vector<T> events{*event};
     Update(&events);
   }
+  virtual ~Observer() = default;
 };
 
 // An access to memory, or a store that the peripheral interconnect hears of.

@@ -95,6 +95,7 @@ class Program : public TickListener {
   Mcu& chip_;
   std::unique_ptr<MemoryExclusiveness> exclusive_monitor_;
   unsigned stop_point_hits_ = 0;
+  bool lockup_warned_ = false;
   Connection<int> stop_connection_;  // goes first
 };
 

@@ -1,5 +1,8 @@
 // The run loop: the hot path of the whole system.
+#include <iostream>
+
 #include "control/debugging_locks.h"
+#include "core/decoder.h"
 #include "core/globals.h"
 #include "runner/args_manager.h"
 #include "runner/logger.h"
@@ -36,8 +39,13 @@ void Program::RunProgram() {
   clock.service().HandleTickListeners(clock.ticks());
   try {
     for (;;) {
-      if (!*pending_empty) interrupts.ExecuteInterruptIfNeeded();
-      pc &= ~1u;
+      if (!*pending_empty) {
+        interrupts.ExecuteInterruptIfNeeded();
+        // A missing handler has ended the run.
+        if (stop_.load(std::memory_order_relaxed)) break;
+      }
+      // A test instead of a plain mask: a store here would make each instruction wait for it.
+      if ((pc & 1u) != 0) pc &= ~1u;
       // The offset into the program is also what the end is tested with: the same as a comparison
       // of pc with base + length, but it stops a pc between 0 and a flash that is based above 0.
       // Deliberate: a pc exactly at the end executes, and one in RAM faults.
@@ -65,9 +73,7 @@ void Program::RunProgram() {
       } else {
         FetchOutsideProgram();
       }
-      clock.AdvanceOneTick();
-      if (clock.ServiceIsDue()) clock.service().HandleTickListeners(clock.ticks());
-      if (stop_.load(std::memory_order_relaxed)) break;
+      if (clock.AdvanceOneTick() && stop_.load(std::memory_order_relaxed)) break;
     }
   } catch (const std::exception& error) {
     logger::error("Program") << " TC: " << clock.ticks() << " PC: 0x" << IntToHex(pc)
@@ -90,11 +96,22 @@ void Program::RunProgramWithFlags() {
   const bool pc_pos = args.pc_pos != kNoStopPoint;
   const bool regs = Contains(args.trace, "regs");
   const bool functions = Contains(args.trace, "functions") && !args.objdump.empty();
+  chip_.stop_pc = pc_pos ? args.pc_pos : kNoStopPoint;
+  AllowChaining(!regs && !args.gdb && !functions);
   (this->*kLoops[pc_pos * 8 + regs * 4 + args.gdb * 2 + functions])();
 }
 
 // pc stays; the next iteration takes the fault.
 void Program::FetchOutsideProgram() {
+  // Still pending: the fault of the step before could not be taken. The chip would lock up
+  // (ARMv7-M ARM, B1.5.15); here only an exception of a higher priority moves pc on.
+  if (!lockup_warned_ &&
+      (interrupts_->IsPending(kBusFault) || interrupts_->IsPending(kHardFault))) {
+    lockup_warned_ = true;
+    std::cerr << "Warning: pc 0x" << IntToHex(registers_->pc())
+              << " lies outside of the program at tick " << chip_.clock().ticks()
+              << ", and its fault can't be taken" << std::endl;
+  }
   logger::debug("Program") << "raiseInterrupt BusFault";
   interrupts_->RaiseInterrupt(kBusFault, true);
 }

@@ -70,6 +70,7 @@ void Program::StartDebugger() {
 void Program::Stop() {
   logger::debug("Program") << "stop";
   stop_ = true;
+  chip_.clock().ReportEveryStep();  // the loop looks at stop_ when a step says so
   chip_.Stop();
   if (DebuggingLocks* debugger = debugger_) debugger->Stop();
 }

@@ -3,99 +3,110 @@
 #include "time/clock.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "runner/errors.h"
 #include "time/virtual_time.h"
 
 namespace orvo {
 
-void Clock::Insert(unsigned long tick, TickListener* listener, bool by_time) {
-  Listeners::iterator place;
-  if (spare_listeners_.empty()) {
-    place = listeners_.emplace(tick, Waiting{listener, by_time});
-  } else {
-    Listeners::node_type node = std::move(spare_listeners_.back());
-    spare_listeners_.pop_back();
-    node.key() = tick;
-    node.mapped() = {listener, by_time};
-    place = listeners_.insert(std::move(node));  // behind equal keys, as emplace
-  }
-  if (spare_places_.empty()) {
-    place_of_.emplace(listener, place);
-  } else {
-    Places::node_type node = std::move(spare_places_.back());
-    spare_places_.pop_back();
-    node.key() = listener;
-    node.mapped() = place;
-    place_of_.insert(std::move(node));
+namespace {
+
+// Not with the lock held: the error tells the control connection, whose listeners may attach.
+[[noreturn]] void ThrowAttachedTwice() {
+  throw OrvoError("Can't call AttachToTick twice from same object");
+}
+
+}  // namespace
+
+// Behind those that wait for the same tick already.
+inline void Clock::Insert(unsigned long tick, TickListener* listener, bool by_time) {
+  waiting_.push_back({tick, listener, by_time});
+  for (auto place = waiting_.end() - 1; place != waiting_.begin() && std::prev(place)->tick <= tick;
+       --place) {
+    std::iter_swap(place, std::prev(place));
   }
 }
 
-void Clock::Remove(Places::iterator place) {
-  spare_listeners_.push_back(listeners_.extract(place->second));
-  spare_places_.push_back(place_of_.extract(place));
+// A walk: few wait at a time.
+inline bool Clock::IsWaiting(const TickListener* listener) const {
+  for (const Waiting& waiting : waiting_) {
+    if (waiting.listener == listener) return true;
+  }
+  return false;
 }
 
-void Clock::UpdateNextListenerTick() {
-  next_listener_tick_.store(listeners_.empty() ? kNever : listeners_.begin()->first,
-                            std::memory_order_relaxed);
+inline void Clock::UpdateNextListenerTick() {
+  const unsigned long earliest = waiting_.empty() ? kNever : waiting_.back().tick;
+  next_listener_tick_.store(reports_every_step_ ? 0 : earliest, std::memory_order_relaxed);
 }
 
 void Clock::AttachToTick(unsigned long tick, TickListener* listener, bool by_time) {
   {
     const std::lock_guard lock(listener_lock_);
-    if (place_of_.count(listener) == 0) {
+    if (!IsWaiting(listener)) {
       Insert(tick, listener, by_time);
       UpdateNextListenerTick();
       return;
     }
   }
-  // Outside the lock: the error tells the control connection, whose listeners may attach.
-  throw OrvoError("Can't call AttachToTick twice from same object");
+  ThrowAttachedTwice();
 }
 
 void Clock::DetachFromTick(TickListener* listener) {
   const std::lock_guard lock(listener_lock_);
-  const auto place = place_of_.find(listener);
-  if (place == place_of_.end()) return;
-  Remove(place);
+  std::erase_if(waiting_, [listener](const Waiting& w) { return w.listener == listener; });
+  UpdateNextListenerTick();
+}
+
+void Clock::ReportEveryStep() {
+  const std::lock_guard lock(listener_lock_);
+  reports_every_step_ = true;
   UpdateNextListenerTick();
 }
 
 void Clock::AttachToTime(unsigned long nanoseconds, TickListener* listener) {
   const unsigned long delay_ticks = TicksFromNanoseconds(nanoseconds, GetFrequency());
-  AttachToTick(delay_ticks + TickCount(), listener, true);
+  const unsigned long now = TickCount();
+  AttachToTick(now + std::min(delay_ticks, kNever - now), listener, true);
 }
 
 void Clock::Tickrement(int ticks) {
   for (; ticks > 0; --ticks) {
     AdvanceOneTick();
-    if (ServiceIsDue()) service_.HandleTickListeners(this->ticks());
   }
 }
 
+// One turn of the lock gives back the listener that was called and takes the next. AttachToTick
+// would do no more: a derived clock, which overrides it, attaches to its source afterwards anyway.
 void Clock::HandleSelfTickListeners() {
-  while (ticks() >= next_listener_tick()) {
-    TickListener* listener = nullptr;
+  TickListener* listener = nullptr;
+  unsigned long again_tick = 0;
+  for (;;) {
     {
       const std::lock_guard lock(listener_lock_);
-      if (!listeners_.empty() && listeners_.begin()->first <= ticks()) {
-        listener = listeners_.begin()->second.listener;
-        Remove(place_of_.find(listener));
+      if (again_tick != 0) {
+        if (IsWaiting(listener)) break;
+        // By tick, even if the first attachment was by time.
+        Insert(again_tick, listener, false);
+      }
+      listener = nullptr;
+      if (!waiting_.empty() && waiting_.back().tick <= ticks()) {
+        listener = waiting_.back().listener;
+        waiting_.pop_back();
       }
       // Already here, so that a callback that runs the clock itself finds a true mark.
       UpdateNextListenerTick();
     }
-    if (listener == nullptr) continue;
-    const unsigned long next_tick = listener->OnTick(ticks());
-    // By tick, even if the first attachment was by time.
-    if (next_tick != 0) AttachToTick(next_tick, listener, false);
+    if (listener == nullptr) return;
+    again_tick = listener->OnTick(ticks());
   }
+  ThrowAttachedTwice();
 }
 
 void Clock::HandleTickListeners() {
   HandleSelfTickListeners();
-  service_.HandleTickListeners(ticks());
+  if (service_.next_due_tick() <= ticks()) service_.HandleTickListeners(ticks());
 }
 
 void Clock::CalcNextTick() {
@@ -108,28 +119,31 @@ void Clock::CalcNextTick() {
 
 void Clock::SetFrequency(unsigned long frequency_hz) {
   const unsigned long old_hz = GetFrequency();
-  if (frequency_hz != old_hz) UpdateAttachToTimeListeners(frequency_hz, old_hz);
+  const std::lock_guard lock(listener_lock_);
+  if (frequency_hz != old_hz) Rescale(frequency_hz, old_hz);
   frequency_hz_.store(frequency_hz, std::memory_order_relaxed);
 }
 
 void Clock::UpdateAttachToTimeListeners(unsigned long new_hz, unsigned long old_hz) {
-  if (old_hz == 0) return;  // no time has a length in ticks yet
-  const unsigned long now = TickCount();
   const std::lock_guard lock(listener_lock_);
-  // In ascending order, and the new distances ascend too: among equal keys the order stays.
-  std::vector<Listeners::node_type> moved;
-  for (auto place = listeners_.begin(); place != listeners_.end();) {
-    const auto here = place++;
-    if (!here->second.by_time) continue;
-    const unsigned long remaining = here->first - std::min(here->first, now);
+  Rescale(new_hz, old_hz);
+}
+
+void Clock::Rescale(unsigned long new_hz, unsigned long old_hz) {
+  if (old_hz == 0) return;  // no time has a length in ticks yet
+  const unsigned long now = ticks();
+  // In order of call, and the new distances ascend too: among equal ticks the order stays.
+  std::vector<Waiting> moved;
+  for (auto waiting = waiting_.rbegin(); waiting != waiting_.rend(); ++waiting) {
+    if (waiting->by_time) moved.push_back(*waiting);
+  }
+  std::erase_if(waiting_, [](const Waiting& waiting) { return waiting.by_time; });
+  for (const Waiting& waiting : moved) {
+    const unsigned long remaining = waiting.tick - std::min(waiting.tick, now);
     const double rescaled =
         static_cast<double>(remaining) / static_cast<double>(old_hz) * static_cast<double>(new_hz);
-    moved.push_back(listeners_.extract(here));
-    moved.back().key() = now + std::min(TruncateToTicks(rescaled), kNever - now);
-  }
-  for (Listeners::node_type& node : moved) {
-    TickListener* const listener = node.mapped().listener;
-    place_of_[listener] = listeners_.insert(std::move(node));
+    const unsigned long tick = now + std::min(TruncateToTicks(rescaled), kNever - now);
+    Insert(tick, waiting.listener, true);
   }
   UpdateNextListenerTick();
 }

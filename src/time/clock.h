@@ -4,12 +4,10 @@
 #pragma once
 
 #include <atomic>
-#include <map>
-#include <mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
+#include "time/owner_lock.h"
 #include "time/service_tick_function.h"
 #include "time/tick_listener.h"
 
@@ -40,13 +38,29 @@ class Clock {
   void AttachToTime(unsigned long nanoseconds, TickListener* listener);
   // Advances by `ticks` steps and calls what becomes due at each; nothing below 1.
   void Tickrement(int ticks);
-  // One step of the run loop: no virtual call, and none at all while nothing is due.
-  void AdvanceOneTick() {
+  // One step of the run loop: listeners, then service functions. Returns whether something was
+  // due; while nothing is, there is no call at all.
+  bool AdvanceOneTick() {
     const unsigned long tick = ticks() + 1;
     tick_count_.store(tick, std::memory_order_relaxed);
-    if (tick >= next_listener_tick_.load(std::memory_order_relaxed)) HandleSelfTickListeners();
+    const bool due = tick >= next_listener_tick_.load(std::memory_order_relaxed) ||
+                     tick >= service_.next_due_tick();
+    if (due) [[unlikely]]
+      HandleTickListeners();
+    return due;
   }
-  bool ServiceIsDue() const { return service_.next_due_tick() <= ticks(); }
+  // The step, unless something is due at it; then nothing happens.
+  [[gnu::always_inline]] bool TakeQuietStep() {
+    const unsigned long tick = ticks() + 1;
+    if (tick >= next_listener_tick_.load(std::memory_order_relaxed) ||
+        tick >= service_.next_due_tick())
+      return false;
+    tick_count_.store(tick, std::memory_order_relaxed);
+    return true;
+  }
+  // From now on each step returns true, so that the run loop looks whether it has to stop without
+  // a test of its own. Any thread.
+  void ReportEveryStep();
   // Calls every due listener, those that become due meanwhile included.
   void HandleSelfTickListeners();
   // Listeners, then service functions.
@@ -58,37 +72,37 @@ class Clock {
   const std::string& name() const { return name_; }
 
  protected:
-  struct Waiting {
-    TickListener* listener;
-    bool by_time;
-  };
-  using Listeners = std::multimap<unsigned long, Waiting>;
-  using Places = std::unordered_map<TickListener*, Listeners::iterator>;
-
   unsigned long next_listener_tick() const {
     return next_listener_tick_.load(std::memory_order_relaxed);
   }
-  // Moves the listeners that were attached by time to the same distance in time.
+  // Moves the listeners that were attached by time to the same distance in time. Only the ratio of
+  // the two frequencies counts. The tick count must be up to date.
   void UpdateAttachToTimeListeners(unsigned long new_hz, unsigned long old_hz);
 
   std::atomic<unsigned long> next_listener_tick_{kNever};
   std::atomic<unsigned long> tick_count_{0};
   ServiceTickFunction service_;
   std::string name_;
-  Listeners listeners_;
-  Places place_of_;
-  std::mutex listener_lock_;
   std::atomic<unsigned long> frequency_hz_{0};
   bool enabled_ = true;
 
  private:
-  void UpdateNextListenerTick();                                          // lock held
-  void Insert(unsigned long tick, TickListener* listener, bool by_time);  // lock held
-  void Remove(Places::iterator place);                                    // lock held
+  struct Waiting {
+    unsigned long tick;
+    TickListener* listener;
+    bool by_time;
+  };
 
-  // Nodes of listeners that wait no more: a clock in steady use allocates nothing.
-  std::vector<Listeners::node_type> spare_listeners_;
-  std::vector<Places::node_type> spare_places_;
+  // All of these with the lock held.
+  void UpdateNextListenerTick();
+  void Rescale(unsigned long new_hz, unsigned long old_hz);
+  bool IsWaiting(const TickListener* listener) const;
+  void Insert(unsigned long tick, TickListener* listener, bool by_time);
+
+  // The next to be called is the last: a clock in steady use moves little and allocates nothing.
+  std::vector<Waiting> waiting_;
+  bool reports_every_step_ = false;
+  OwnerLock listener_lock_;
 };
 
 // The clock that the instruction loop advances.

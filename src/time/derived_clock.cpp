@@ -16,14 +16,18 @@ DerivedClock::DerivedClock(Clock* source, unsigned long division_factor_or_frequ
 }
 
 void DerivedClock::InitDivisionFactorOrFrequency(unsigned long value) {
+  RequireDivisionFactor(value);
   const std::lock_guard lock(lock_);
   if (fixed_frequency_) {
     frequency_hz_.store(value, std::memory_order_relaxed);
-  } else if (value != 0) {
-    division_factor_ = value;
   } else {
-    throw OrvoError("Division factor 0 for clock " + name_);
+    division_factor_ = value;
   }
+}
+
+// Without the lock: the error tells the control connection, whose listeners may attach.
+void DerivedClock::RequireDivisionFactor(unsigned long value) const {
+  if (!fixed_frequency_ && value == 0) throw OrvoError("Division factor 0 for clock " + name_);
 }
 
 void DerivedClock::BringUpToDate() {
@@ -130,16 +134,22 @@ void DerivedClock::SetFrequency(unsigned long frequency_hz) {
 }
 
 void DerivedClock::UpdateInput(unsigned long frequency_hz, unsigned short) {
-  SetFrequency(frequency_hz);
+  if (fixed_frequency_) SetFrequency(frequency_hz);
 }
 
 void DerivedClock::SetDivisionFactor(unsigned long division_factor) {
-  UpdateTick();
-  const unsigned long old_hz = GetFrequency();
-  InitDivisionFactorOrFrequency(division_factor);
-  const unsigned long new_hz = GetFrequency();
-  if (new_hz != old_hz) UpdateAttachToTimeListeners(new_hz, old_hz);
+  if (fixed_frequency_) return SetFrequency(division_factor);
+  RequireDivisionFactor(division_factor);
   const std::lock_guard lock(lock_);
+  BringUpToDate();
+  // Whole ticks of the new length in what has passed of the old tick would count at once.
+  if (source_ != nullptr) {
+    const unsigned long source_tick = source_->TickCount();
+    last_source_tick_ = source_tick - (source_tick - last_source_tick_) % division_factor;
+  }
+  // Frequencies are as the inverse of the factors.
+  UpdateAttachToTimeListeners(division_factor_, division_factor);
+  division_factor_ = division_factor;
   if (attached_) AttachAnew();
 }
 

@@ -26,6 +26,7 @@ class DerivedClock : public Clock, public FrequencyListener, public TickListener
   unsigned long GetFrequency() override;
   // Throws OrvoError in division mode.
   void SetFrequency(unsigned long frequency_hz) override;
+  // Ignored in division mode, where the source alone gives the frequency.
   void UpdateInput(unsigned long frequency_hz, unsigned short input_number) override;
   unsigned long OnTick(unsigned long source_tick) override;
 
@@ -33,7 +34,8 @@ class DerivedClock : public Clock, public FrequencyListener, public TickListener
   void Enable();
   void Disable();
   bool IsEnabled() const;
-  // Keeps the part of a tick that has passed. Throws OrvoError for 0.
+  // Keeps the part of a tick that has passed, less whole ticks of the new length. Throws OrvoError
+  // for 0.
   void SetDivisionFactor(unsigned long division_factor);
   void InitDivisionFactorOrFrequency(unsigned long value);
   // Brings the count up to date.
@@ -42,6 +44,7 @@ class DerivedClock : public Clock, public FrequencyListener, public TickListener
   unsigned long CalculateNextSourceTick();
 
  private:
+  void RequireDivisionFactor(unsigned long value) const;
   // All of these with the lock held.
   void BringUpToDate();
   unsigned long NextSourceTick();

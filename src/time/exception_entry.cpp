@@ -1,7 +1,6 @@
 // Arbitration, exception entry and exception return (ARMv7-M ARM, B1.5.4 to B1.5.8).
 #include <iostream>
 
-#include "core/it_state.h"
 #include "mcu/mcu.h"
 #include "time/interrupts.h"
 #include "time/scb_bits.h"
@@ -17,7 +16,7 @@ enum ReturnTo : unsigned { kHandlerMain = 1, kThreadMain = 9, kThreadProcess = 1
 }  // namespace
 
 unsigned Interrupts::CurrentInterruptNumber() const {
-  return mcu_->registers().xpsr() & xpsr::kExceptionNumber;
+  return mcu_->registers().status() & xpsr::kExceptionNumber;
 }
 
 bool Interrupts::IsInterruptNeeded() const { return mcu_->registers().pc() >> 28 == 0xf; }
@@ -32,7 +31,9 @@ bool Interrupts::PassesMasks(int priority) const {
   return priority < static_cast<int>(basepri == 0 ? scb::kLowestPriority : basepri);
 }
 
-// The group of a priority by AIRCR.PRIGROUP. Deliberate: 1, 2 and 3 are never split.
+// The group of a priority by AIRCR.PRIGROUP. Deliberate: 1, 2 and 3 are never split, and the
+// negative priorities are shifted too: NMI and Hard Fault are one group always, Reset is in it from
+// a PRIGROUP of 1 on.
 int Interrupts::Group(int priority, unsigned prigroup) {
   if (priority >= 1 && priority <= 3) return priority;
   return priority >> (prigroup + 1);
@@ -42,7 +43,8 @@ int Interrupts::Group(int priority, unsigned prigroup) {
 bool Interrupts::PreemptsRunning(int priority) const {
   const unsigned running = CurrentInterruptNumber();
   if (running == 0 || running >= records_.size()) return true;
-  const unsigned prigroup = Scb().get(Cm4SystemControlBlock::AIRCR) >> 8 & 7;
+  const unsigned aircr = Scb().MemorySection::get(Cm4SystemControlBlock::AIRCR);
+  const unsigned prigroup = aircr >> scb::kPriGroupShift & scb::kPriGroup;
   return Group(priority, prigroup) < Group(records_[running].priority, prigroup);
 }
 
@@ -84,13 +86,17 @@ void Interrupts::EnterException(unsigned exception_number, unsigned handler) {
   Registers& registers = mcu_->registers();
   record.pending = false;
   record.active = true;
+  // Before the stacking, which may raise this very exception again.
+  PopPendingInterrupt();
   mcu_->backupRegisters(record.priority);
 
+  // Deliberate: RETTOBASE says that the exception came out of thread mode, whatever else is active,
+  // and isn't restored by a return.
   unsigned icsr = GetICSR(mcu_) & ~(scb::kRetToBase | scb::kVectActive);
   if (mode_ == kThreadMode) icsr |= scb::kRetToBase;
   SetICSR(mcu_, icsr | exception_number);
-  constexpr unsigned kReplaced = xpsr::kExceptionNumber | kItLowBits | kItHighBits;
-  registers.xpsr() = (registers.xpsr() & ~kReplaced) | exception_number;
+  registers.status() = (registers.status() & ~xpsr::kExceptionNumber) | exception_number;
+  registers.it() = 0;
   mode_ = kHandlerMode;
   registers.pc() = handler;
   mcu_->SendMcuInterruptPacket(record.name);
@@ -99,7 +105,6 @@ void Interrupts::EnterException(unsigned exception_number, unsigned handler) {
     *trace_ << "Calling IRQ handler for \"" << record.name << "\" (IRQ no. "
             << static_cast<int>(exception_number) - 16 << ")\n";
   }
-  PopPendingInterrupt(exception_number);
   if (exception_number == static_cast<unsigned>(kReset + 16)) mcu_->Reset(kSoftwareReset);
 }
 

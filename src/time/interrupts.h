@@ -104,7 +104,7 @@ class Interrupts {
   bool StandsBefore(unsigned a, unsigned b) const;
   void EmplacePendingInterrupt(unsigned exception_number);
   void RemovePendingInterrupt(unsigned exception_number);
-  void PopPendingInterrupt(unsigned exception_number);
+  void PopPendingInterrupt();
   void SetPendingInSCB();
   void HandlerIsMissing(unsigned exception_number);
   void EnterException(unsigned exception_number, unsigned handler);

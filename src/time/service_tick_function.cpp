@@ -50,33 +50,48 @@ GoFunctionData ServiceTickFunction::CancelFunction(int id) {
       UpdateNextDueTick();
       return data;
     }
+    for (Running* running = running_; running != nullptr; running = running->outer) {
+      if (running->data.id != id || running->cancelled) continue;
+      running->cancelled = true;
+      return running->data;
+    }
   }
   throw OrvoError("CancelFunction of id not found");
 }
 
+bool ServiceTickFunction::TakeDue(unsigned long tick, Running* running) {
+  const std::lock_guard lock(lock_);
+  const auto first = functions_.begin();
+  const bool due = first != functions_.end() && first->first <= tick;
+  if (due) {
+    running->data = std::move(first->second);
+    // Not if the id was given to a later function meanwhile: that one can still be cancelled.
+    const auto place = index_.find(running->data.id);
+    if (place != index_.end() && place->second == first) index_.erase(place);
+    functions_.erase(first);
+    running->outer = running_;
+    running_ = running;
+  }
+  UpdateNextDueTick();
+  return due;
+}
+
 void ServiceTickFunction::HandleTickListeners(unsigned long tick) {
   while (tick >= next_due_tick()) {
-    GoFunctionData due;
-    {
+    Running running;
+    if (!TakeDue(tick, &running)) return;
+    try {
+      running.data.function(running.data.id);
+    } catch (...) {
       const std::lock_guard lock(lock_);
-      const auto first = functions_.begin();
-      if (first == functions_.end() || first->first > tick) {
-        UpdateNextDueTick();
-        return;
-      }
-      due = std::move(first->second);
-      // Not if the id was given to a later function meanwhile: that one can still be cancelled.
-      const auto place = index_.find(due.id);
-      if (place != index_.end() && place->second == first) index_.erase(place);
-      functions_.erase(first);
-      UpdateNextDueTick();
+      running_ = running.outer;
+      throw;
     }
-    due.function(due.id);
-    if (due.interval_ns == GoFunctionData::kOneShot) continue;
-    // An interval below one tick would come round for ever at the same tick.
-    const unsigned long next_tick = std::max(TickAfter(due.interval_ns), tick + 1);
     const std::lock_guard lock(lock_);
-    Schedule(next_tick, std::move(due));
+    running_ = running.outer;
+    if (running.cancelled || running.data.interval_ns == GoFunctionData::kOneShot) continue;
+    // An interval below one tick would come round for ever at the same tick.
+    Schedule(std::max(TickAfter(running.data.interval_ns), tick + 1), std::move(running.data));
   }
 }
 

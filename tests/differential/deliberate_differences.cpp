@@ -7,7 +7,9 @@
 #include <limits>
 #include <string_view>
 
+#include "core/globals.h"
 #include "core/registers.h"
+#include "memory/memory.h"
 
 namespace orvo {
 namespace {
@@ -367,6 +369,33 @@ void KeepCarryRow(const Sample&, const MachineState& before, MachineState& resul
   KeepCarry(before, result);
 }
 
+// --- Branches --------------------------------------------------------------------------------
+
+bool WritesPcWithoutBranching(const Sample& sample) {
+  const std::vector<Operand>& operands = Operands(sample);
+  if (IsOneOf(Base(sample), {"ldm", "ldmdb"})) return operands.back().reg == kPc;
+  return IsOneOf(Base(sample), {"mov", "add"}) && operands[0].reg == kPc;
+}
+
+void SizeIsAddedToPc(const Sample& sample, const MachineState&, MachineState& result) {
+  result.pc += 2 * static_cast<unsigned>(sample.code.size());
+}
+
+bool ReadsTableAwayFromPc(const Sample& sample) {
+  return IsOneOf(Base(sample), {"tbb", "tbh"}) && Operands(sample)[0].mem.base != kPc;
+}
+
+void TableIsReadFourBytesTooHigh(const Sample& sample, const MachineState& before,
+                                 MachineState& result) {
+  MachineState state = before;
+  const MemoryOperand& table = Operands(sample)[0].mem;
+  const unsigned base = Register(state, table.base);
+  const unsigned index = Register(state, table.index);
+  const unsigned entry = Base(sample) == "tbb" ? memory_->getByte<false>(base + index + 4)
+                                               : memory_->getHalfWord<false>(base + 2 * index + 4);
+  result.pc = before.pc + 4 + 2 * entry;
+}
+
 // clang-format off
 constexpr DeliberateDifference kDifferences[] = {
     {"C is left alone by an immediate",            LeavesCarryWithImmediate,      KeepCarryRow},
@@ -389,6 +418,8 @@ constexpr DeliberateDifference kDifferences[] = {
     {"a comparison takes the difference first",    IsCompare,                     CompareTakesTheDifference},
     {"conversions have the limits of signed words", IsConversionToInteger,        ConversionsHaveTheLimitsOfSignedWords},
     {"half precision is truncated",                IsConversionToHalf,            HalfPrecisionIsTruncated},
+    {"pc in mov, add and ldm gets the size added", WritesPcWithoutBranching,      SizeIsAddedToPc},
+    {"a table away from pc is read 4 bytes too high", ReadsTableAwayFromPc,       TableIsReadFourBytesTooHigh},
 };
 // clang-format on
 

@@ -59,7 +59,7 @@ Oracle::Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_star
   unsigned cpacr = kCpacrFpu;
   Check(uc_reg_write(engine_, UC_ARM_REG_C1_C0_2, &cpacr), "CPACR");
   // The first floating point instruction opens a context and resets FPSCR: let it be this one.
-  if (!Run(kOpeningAddress, kOpeningAddress + sizeof(kVmov)))
+  if (!Run(kOpeningAddress, kOpeningAddress + sizeof(kVmov)).reached_end)
     throw std::runtime_error("no floating point");
 }
 
@@ -96,11 +96,12 @@ MachineState Oracle::ReadState() {
   return state;
 }
 
-bool Oracle::Run(unsigned pc, unsigned end) {
-  if (uc_emu_start(engine_, pc | 1, end, 0, 0) == UC_ERR_OK) return true;
+Oracle::Outcome Oracle::Run(unsigned pc, unsigned end) {
+  const bool reached_end = uc_emu_start(engine_, pc | 1, end, 0, 0) == UC_ERR_OK;
+  const MachineState state = ReadState();
   // An IT block that was left in the middle must not reach into the next run.
-  uc_emu_start(engine_, kNopsAddress | 1, kNopsAddress + sizeof(kFourNops), 0, 0);
-  return false;
+  if (!reached_end) uc_emu_start(engine_, kNopsAddress | 1, kNopsAddress + sizeof(kFourNops), 0, 0);
+  return {state, reached_end};
 }
 
 }  // namespace orvo

@@ -12,6 +12,9 @@ namespace orvo {
 
 class Oracle {
  public:
+  // An end that is never reached.
+  static constexpr unsigned kNowhere = 0xfffffffe;
+
   // Code that the engine runs for itself, below 0x1000: put into flash before both engines get it.
   static void PutOwnCode(unsigned char* flash);
   // The memory that both engines start with; throws std::runtime_error if the library fails.
@@ -22,14 +25,19 @@ class Oracle {
 
   void WriteCode(unsigned address, const unsigned char* bytes, size_t count);
   void WriteState(const MachineState& state);
-  MachineState ReadState();
-  // Executes straight-line code from pc to the end. False when the engine refuses an instruction:
-  // undefined there, or an access outside the memory.
-  bool Run(unsigned pc, unsigned end);
+  struct Outcome {
+    MachineState state;
+    bool reached_end;
+  };
+  // Executes from pc on, to the end or to an instruction that the engine refuses: undefined there,
+  // or an access outside the memory.
+  Outcome Run(unsigned pc, unsigned end);
   // The engine works on these bytes.
   std::vector<unsigned char>& ram() { return ram_; }
 
  private:
+  MachineState ReadState();
+
   uc_struct* engine_ = nullptr;
   std::vector<unsigned char> flash_;
   std::vector<unsigned char> ram_;

@@ -16,17 +16,8 @@ struct Sample {
   Disassembly disassembly;
 };
 
-// How much a comparison with another engine may expect of an encoding.
-enum class Comparable {
-  kNo,      // UNPREDICTABLE there, or its effect needs what the other engine doesn't have
-  kAlone,   // may not stand in an IT block
-  kAnywhere,
-};
-Comparable ComparabilityOf(const Sample& sample);
-
-// By key, at most `per_key` encodings of each: all 16-bit encodings, and a sample of the 32-bit
-// ones drawn by the engine.
-std::map<std::string, std::vector<Sample>> CollectSamples(std::mt19937_64& random,
-                                                          size_t per_key);
+// By key, with " of pc" for what sets pc, at most `per_key` encodings of each: all 16-bit
+// encodings, and a sample of the 32-bit ones drawn by the engine.
+std::map<std::string, std::vector<Sample>> CollectSamples(std::mt19937_64& random, size_t per_key);
 
 }  // namespace orvo

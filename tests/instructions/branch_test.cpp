@@ -127,7 +127,7 @@ TEST(TableBranch, InABlockHasNoFunction) {
 
 TEST(LoadOfPc, GoesToOddAddressesAndFaultsAtEvenOnes) {
   CoreBench bench;
-  bench.registers().xpsr() |= xpsr::kThumb;
+  bench.registers().set_xpsr(bench.registers().xpsr() | xpsr::kThumb);
   bench.r(1) = TestMcu::kRamStart;
   bench.memory().set<false>(TestMcu::kRamStart, 0x3001);
   bench.Run({0xf8d1, 0xf000});  // ldr.w pc, [r1]

@@ -66,7 +66,7 @@ class MemoryShapes : public testing::Test {
     const State actual = Execute(chosen, &record);
     ASSERT_EQ(actual.error, expected.error) << key << " " << disassembly.operand_text;
     for (unsigned id = 0; id < kRegisterCount; ++id) {
-      ASSERT_EQ(actual.registers.word(id), expected.registers.word(id))
+      ASSERT_EQ(actual.registers.get(id), expected.registers.get(id))
           << key << " " << disassembly.operand_text << ", register id " << id;
     }
     ASSERT_EQ(actual.start_of_ram, expected.start_of_ram) << key << disassembly.operand_text;
@@ -123,7 +123,7 @@ class MemoryShapes : public testing::Test {
     registers.lr() = RandomWord();
     registers.fpscr() = static_cast<unsigned>(random()) & 0xf000009f;
     // The flags, and the IT state of a block's only instruction.
-    registers.xpsr() = (static_cast<unsigned>(random()) & 0xf8000000) | 0x0800;
+    registers.set_xpsr((static_cast<unsigned>(random()) & 0xf8000000) | 0x0800);
     for (unsigned char* byte : {RamFromStart(), RamToEnd()}) {
       for (unsigned n = 0; n < kRamBytes; n += 4) {
         const unsigned word = static_cast<unsigned>(random());

@@ -93,7 +93,7 @@ class MemoryTest : public testing::TestWithParam<MemoryCase> {
     bench.Run(row.code);
 
     for (unsigned id = 0; id < kRegisterCount; ++id) {
-      EXPECT_EQ(bench.registers().word(id), expected.word(id)) << "register id " << id;
+      EXPECT_EQ(bench.registers().get(id), expected.get(id)) << "register id " << id;
     }
     for (int offset = MemoryBench::kFirstOffset; offset < MemoryBench::kEndOffset; offset += 4) {
       unsigned word = WordAt(offset);

@@ -59,7 +59,7 @@ TEST(Uadd8, SetsGeOfLanesThatCarry) {
 
 TEST(Sel, TakesLanesWithGeFromTheFirstSource) {
   CoreBench bench;
-  bench.registers().xpsr() |= xpsr::Ge(3) | xpsr::Ge(0);
+  bench.registers().set_xpsr(bench.registers().xpsr() | xpsr::Ge(3) | xpsr::Ge(0));
   bench.r(1) = 0x11223344;
   bench.r(2) = 0xaabbccdd;
   bench.Run({0xfaa1, 0xf082});  // sel r0, r1, r2

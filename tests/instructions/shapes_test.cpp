@@ -52,7 +52,7 @@ class ShapeVariants : public testing::Test {
     const Registers expected = Execute(variants->general(), &record, before);
     const Registers actual = Execute(chosen, &record, before);
     for (unsigned id = 0; id < kRegisterCount; ++id) {
-      ASSERT_EQ(actual.word(id), expected.word(id))
+      ASSERT_EQ(actual.get(id), expected.get(id))
           << key << " " << disassembly.operand_text << ", register id " << id;
     }
   }
@@ -89,7 +89,7 @@ class ShapeVariants : public testing::Test {
     for (unsigned n = 0; n <= kR12 - kR0; ++n) registers.r(n) = RandomWord(division);
     registers.lr() = RandomWord(division);
     // Flags, Q and GE; and the IT state of a block's only instruction.
-    registers.xpsr() = (static_cast<unsigned>(random()) & 0xf80f0000) | 0x0800;
+    registers.set_xpsr((static_cast<unsigned>(random()) & 0xf80f0000) | 0x0800);
     return registers;
   }
 

@@ -30,7 +30,7 @@ TEST_P(Pass, MovesPcAndNothingElse) {
   const unsigned long tick = bench.mcu().clock().TickCount();
   bench.Run(GetParam().code);
   for (unsigned id = 0; id < kRegisterCount; ++id) {
-    EXPECT_EQ(bench.registers().word(id), expected.word(id)) << "register id " << id;
+    EXPECT_EQ(bench.registers().get(id), expected.get(id)) << "register id " << id;
   }
   EXPECT_TRUE(*bench.interrupts().pending_empty());
   EXPECT_EQ(bench.mcu().clock().TickCount(), tick);
@@ -59,6 +59,29 @@ TEST(SupervisorCall, PendsSvcAndMovesOn) {
   bench.Run({0xdf03});
   EXPECT_TRUE(bench.interrupts().IsPending(kSvCall));
   EXPECT_EQ(bench.pc(), kCode + 2);
+}
+
+// What the first tasks of an operating system do: a process stack, a float, a supervisor call.
+TEST(SupervisorCall, OutOfAThreadWithAProcessStackAndAFloatComesBackThere) {
+  constexpr unsigned kMainTop = TestMcu::kRamStart + 0x1000, kProcessTop = kMainTop + 0x1000;
+  CoreBench bench;
+  Registers& registers = bench.registers();
+  bench.memory().set<false>(4 * 11, kCode + 0x101);  // the vector of SVCall
+  registers.word(kMsp) = kMainTop;
+  bench.r(0) = kProcessTop;
+  bench.r(1) = 2;
+  // msr psp, r0; msr control, r1; vadd.f32 s0, s0, s0; svc #0
+  bench.Run({0xf380, 0x8809, 0xf381, 0x8814, 0xee30, 0x0a00, 0xdf00});
+  EXPECT_EQ(registers.control(), control::kProcessStack | control::kFpContext);
+  ASSERT_TRUE(bench.interrupts().ExecuteInterruptIfNeeded());
+  EXPECT_EQ(registers.lr(), 0xffffffedu);
+  EXPECT_EQ(registers.word(kPsp), kProcessTop - 32);
+  EXPECT_EQ(registers.sp(), kMainTop);
+  EXPECT_EQ(registers.control(), 0u);
+  bench.Run({0x4770}, kCode + 0x100);  // bx lr
+  EXPECT_EQ(bench.pc(), kCode + 14);
+  EXPECT_EQ(registers.sp(), kProcessTop);
+  EXPECT_EQ(registers.control(), control::kProcessStack);  // FPCA is gone
 }
 
 TEST(Undefined, RaisesUsageFaultAndMovesOn) {
@@ -132,7 +155,7 @@ TEST(ChangeProcessorState, ReachesPrimaskOnly) {
 
 TEST(It, TakesTheLowByteOfItsEncoding) {
   CoreBench bench;
-  bench.registers().xpsr() = ~0u;
+  bench.registers().set_xpsr(~0u);
   bench.Run({0xbf1d});
   EXPECT_EQ(GetItReg(), 0x1du);
   EXPECT_EQ(bench.pc(), kCode + 2);

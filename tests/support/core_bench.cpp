@@ -85,7 +85,7 @@ void CoreBench::SetFlags(std::string_view flags) {
   for (size_t n = 0; n < kLetters.size(); ++n) {
     const unsigned bit = xpsr::kN >> n;
     const bool on = n < flags.size() && flags[n] == kLetters[n];
-    registers().xpsr() = on ? registers().xpsr() | bit : registers().xpsr() & ~bit;
+    registers().set_xpsr(on ? registers().xpsr() | bit : registers().xpsr() & ~bit);
   }
 }
 

@@ -65,7 +65,11 @@ INSTANTIATE_TEST_SUITE_P(
         BoardCase{"size_not_a_number",
                   R"({"components": [{"class": "nrf52832", "type": "MCU",
                                       "config": {"ram_size": "large"}}]})",
-                  "ram_size: expected an integer"}),
+                  "ram_size: expected an integer"},
+        BoardCase{"seed_negative",
+                  R"({"components": [{"class": "nrf52832", "type": "MCU",
+                                      "config": {"seed": -1}}]})",
+                  "seed: expected an integer from 0 to 4294967295, found -1"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(Board, McuEntryChangesTheSizesThatItNames) {

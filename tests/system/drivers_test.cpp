@@ -34,13 +34,14 @@ TEST_P(Levels, UartePrintsLinesLongerThanOneTransferAndInterruptsAtTheEnd) {
 INSTANTIATE_TEST_SUITE_P(Optimised, Levels, testing::Values("O0", "Os", "O2"),
                          [](const auto& test) { return std::string(test.param); });
 
-TEST(Drivers, ClocksStartAtOnceAndStop) {
+TEST(Drivers, ClocksStartAtOnceAndCalibrateAfterTheirTimer) {
   const ProcessResult run = OrvoBench().RunFirmware("clocks.bin");
   EXPECT_EQ(run.out,
             "high frequency: run 1 status 00010001\n"
             "stopped: run 0 running 0\n"
             "low frequency: run 1 status 00010001\n"
             "stopped: run 0 running 0\n"
+            "timeout after 16000 thousand ticks, calibrated 1\n"
             "core 410fc241 page size 4096\n");
 }
 
@@ -60,10 +61,15 @@ TEST(Drivers, OneInstructionIsOneTickAndSysTickKeepsItsPeriod) {
             "systick period 5000\n");
 }
 
-TEST(Drivers, SoftwareResetKeepsRamAndTellsItsReason) {
+TEST(Drivers, SoftwareResetKeepsRamAndTheAddressOfTheBoardAndTellsItsReason) {
   OrvoBench bench;
+  bench.directory().Write("board.json", R"({"components": [
+      {"class": "nrf52832", "name": "mcu", "type": "MCU",
+       "config": {"ficr": {"mac_address": "c1:22:33:44:55:66"}}}]})");
   const ProcessResult run = bench.RunFirmware("reset.bin", {"-o", "dump.txt"});
-  EXPECT_EQ(run.out, "life 1, reset reason 0\nlife 2, reset reason 4\n");
+  EXPECT_EQ(run.out,
+            "life 1, reset reason 0, address c12233445566\n"
+            "life 2, reset reason 4, address c12233445566\n");
   EXPECT_EQ(run.exit_status, 0) << run.err;
   // The dump of the stop point shows main's result in r0, whose number is 66.
   EXPECT_THAT(bench.directory().Read("dump.txt"), testing::HasSubstr("\nR66: 0x00000007\n"));

@@ -46,7 +46,7 @@ TEST(UartOutput, FullDiskIsReportedOnceAndTheRunEnds) {
 TEST(TraceOutput, FallsBackToStandardOutputAndSaysSo) {
   OrvoBench bench;
   const ProcessResult run =
-      bench.RunFirmware("clocks.bin", {"-t", "regs", "--trace-dest", "/nonexistent/trace.txt"});
+      bench.RunFirmware("ticks.bin", {"-t", "regs", "--trace-dest", "/nonexistent/trace.txt"});
   EXPECT_EQ(run.exit_status, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("pc=0x00000"));
   EXPECT_THAT(run.err, HasSubstr("/nonexistent/trace.txt"));

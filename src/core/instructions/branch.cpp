@@ -3,6 +3,7 @@
 // linked for the alias of flash at 0 goes on at the flash address. A register target in RAM of
 // such a chip lands above the program and faults.
 
+#include "core/branch_pair.h"
 #include "core/instruction_table.h"
 #include "core/pc_write.h"
 #include "memory/memory.h"
@@ -37,6 +38,11 @@ void jump() {
   }
   registers_->pc() = target | flash_address_;
   if constexpr (f.Has(kExchange)) ReturnFromExceptionIfNeeded();
+}
+
+template <size_t... n>
+std::array<Function, 15> ConditionalBranches(std::index_sequence<n...>) {
+  return {nullptr, &ChainedBranch<n + 1>...};
 }
 
 // CBZ Rn, <label>; CBNZ Rn, <label>
@@ -78,14 +84,17 @@ constexpr auto kTableBranch = []<Form form>() -> Function { return &tbb<form, T>
 }  // namespace
 
 void AddBranches(InstructionTable& table) {
-  AddPair<ImmediateShape>(table, "b", "_1", FAMILY(jump));
-  AddPair<ImmediateShape, kLink>(table, "bl", "_1", FAMILY(jump));
-  AddPair<RegisterShape, kExchange>(table, "bx", "_1", FAMILY(jump));
-  AddPair<RegisterShape, kLink | kExchange>(table, "blx", "_1", FAMILY(jump));
+  table.Add("b_1", ImmediateShape::Of<kMayBranch>(FAMILY(jump)));
+  Variants conditional = ImmediateShape::Of<kMayBranch | kConditional>(FAMILY(jump));
+  conditional.SetConditions(ConditionalBranches(std::make_index_sequence<14>()));
+  table.Add("b_cc_1", conditional);
+  AddPair<ImmediateShape, kMayBranch | kLink>(table, "bl", "_1", FAMILY(jump));
+  AddPair<RegisterShape, kMayBranch | kExchange>(table, "bx", "_1", FAMILY(jump));
+  AddPair<RegisterShape, kMayBranch | kLink | kExchange>(table, "blx", "_1", FAMILY(jump));
   // Inside an IT block these have no function: they cannot stand there, or, as the table branches
   // at its end, are not supported.
-  table.Add("cbz_2", ImmediateShape::Of<0>(kCompareAndBranch<true>));
-  table.Add("cbnz_2", ImmediateShape::Of<0>(kCompareAndBranch<false>));
+  table.Add("cbz_2", ImmediateShape::Of<kMayBranch>(kCompareAndBranch<true>));
+  table.Add("cbnz_2", ImmediateShape::Of<kMayBranch>(kCompareAndBranch<false>));
   table.Add("tbb_1", NoShapes::Of<0>(kTableBranch<unsigned char>));
   table.Add("tbh_1", NoShapes::Of<0>(kTableBranch<unsigned short>));
 }

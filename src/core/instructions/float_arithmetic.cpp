@@ -1,7 +1,8 @@
 // Single-precision arithmetic. Source: ARMv7-M ARM, A7.7, under the names of the instructions.
-// Each operation runs on the host (core/fpu.h) with the operands in the order of its formula.
+// Each operation runs on the host (core/exact_flags.h) with the operands in the order of its
+// formula.
 
-#include "core/fpu.h"
+#include "core/exact_flags.h"
 #include "core/instruction_table.h"
 
 namespace orvo {
@@ -42,8 +43,7 @@ template <Form f>
 void vadd_f32_3() {
   if (SkippedByCondition<f>()) return;
   const float n = FirstFloat<f>(), m = SecondFloat<f>();
-  BeginFpuInstruction();
-  WriteFloatAndAdvance<f>(HostFloat::Add(n, m));
+  WriteFloatAndAdvance<f>(FpuAdd(n, m));
 }
 
 // VSUB.F32 Sd, Sn, Sm
@@ -51,8 +51,7 @@ template <Form f>
 void vsub_f32_3() {
   if (SkippedByCondition<f>()) return;
   const float n = FirstFloat<f>(), m = SecondFloat<f>();
-  BeginFpuInstruction();
-  WriteFloatAndAdvance<f>(HostFloat::Subtract(n, m));
+  WriteFloatAndAdvance<f>(FpuSubtract(n, m));
 }
 
 // VDIV.F32 Sd, Sn, Sm
@@ -60,8 +59,7 @@ template <Form f>
 void vdiv_f32_3() {
   if (SkippedByCondition<f>()) return;
   const float n = FirstFloat<f>(), m = SecondFloat<f>();
-  BeginFpuInstruction();
-  WriteFloatAndAdvance<f>(HostFloat::Divide(n, m));
+  WriteFloatAndAdvance<f>(FpuDivide(n, m));
 }
 
 // What the instruction makes of the product p and the old destination d.
@@ -80,13 +78,12 @@ template <Form f, Product product>
 void vmla_f32_3() {
   if (SkippedByCondition<f>()) return;
   const float n = FirstFloat<f>(), m = SecondFloat<f>(), d = Destination<f>();
-  BeginFpuInstruction();
-  const float p = HostFloat::Multiply(n, m);
+  const float p = FpuMultiply(n, m);
   float result = p;
-  if constexpr (product == kAddToD) result = HostFloat::Add(d, p);
-  if constexpr (product == kSubtractFromD) result = HostFloat::Subtract(d, p);
-  if constexpr (product == kAddNegated) result = HostFloat::Subtract(Negated(d), p);
-  if constexpr (product == kSubtractD) result = HostFloat::Subtract(p, d);
+  if constexpr (product == kAddToD) result = FpuAdd(d, p);
+  if constexpr (product == kSubtractFromD) result = FpuSubtract(d, p);
+  if constexpr (product == kAddNegated) result = FpuSubtract(Negated(d), p);
+  if constexpr (product == kSubtractD) result = FpuSubtract(p, d);
   if constexpr (product == kNegate) result = Negated(p);
   WriteFloatAndAdvance<f>(result);
 }
@@ -96,8 +93,7 @@ template <Form f>
 void vsqrt_f32_2() {
   if (SkippedByCondition<f>()) return;
   const float m = SecondFloat<f>();
-  BeginFpuInstruction();
-  WriteFloatAndAdvance<f>(HostFloat::SquareRoot(m));
+  WriteFloatAndAdvance<f>(FpuSquareRoot(m));
 }
 
 // VABS.F32 Sd, Sm

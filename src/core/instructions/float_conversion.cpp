@@ -2,7 +2,7 @@
 // "VCVT, VCVTR (between floating-point and integer)", "VCVTB, VCVTT". Not built: rounding by FPSCR,
 // fixed point, and half precision but for the one form below.
 
-#include "core/fpu.h"
+#include "core/exact_flags.h"
 #include "core/instruction_table.h"
 
 namespace orvo {
@@ -12,9 +12,6 @@ template <Form f>
 [[gnu::always_inline]] inline float FloatOperand1() {
   return Int32ToFloat32(static_cast<int>(Second<f>()));
 }
-
-// Integer results are never as large as what raises IOC by its magnitude.
-constexpr float kNoMagnitude = 0;
 
 // VCMP{E}.F32 Sd, Sm|#0.0. Deliberate: the two are one, IOC comes of any NaN and nothing else
 // touches the cumulative flags.
@@ -33,9 +30,8 @@ template <Form f, auto convert>
 void vcvt_from_f32() {
   if (SkippedByCondition<f>()) return;
   const float value = FloatOperand1<f>();
-  BeginFpuInstruction();
   WriteResult<f>(static_cast<unsigned>(convert(value)));
-  EndFpuInstruction(kNoMagnitude);
+  registers_->control() |= control::kFpContext;
   Advance<f>();
 }
 
@@ -44,10 +40,8 @@ template <Form f, class T>
 void vcvt_to_f32() {
   if (SkippedByCondition<f>()) return;
   const long value = static_cast<T>(Second<f>());
-  BeginFpuInstruction();
-  const float result = HostFloat::FromInteger(value);
-  WriteResult<f>(Float32ToUint32(result));
-  EndFpuInstruction(result);
+  WriteResult<f>(Float32ToUint32(FpuFromInteger(value)));
+  registers_->control() |= control::kFpContext;
   Advance<f>();
 }
 
@@ -57,9 +51,8 @@ void vcvtb_f16_f32() {
   if (SkippedByCondition<f>()) return;
   const unsigned high_half = First<f>() & 0xffff0000;
   const unsigned half = Float32ToFloat16(Second<f>());
-  BeginFpuInstruction();
   WriteResult<f>(high_half | half);
-  EndFpuInstruction(kNoMagnitude);
+  registers_->control() |= control::kFpContext;
   Advance<f>();
 }
 

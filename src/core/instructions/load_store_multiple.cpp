@@ -124,14 +124,14 @@ void AddDecrementingFloatList(InstructionTable& table, const std::string& base, 
 }  // namespace
 
 void AddRegisterLists(InstructionTable& table) {
-  AddList<ListShape>(table, "ldm", FAMILY(ldm));
-  AddPair<ListShape, kDecrementBefore>(table, "ldmdb", "", FAMILY(ldm));
-  AddList<NoShapes, kFloatingPoint>(table, "vldmia", FAMILY(ldm));
+  AddList<ListShape, kMayBranch>(table, "ldm", FAMILY(ldm));
+  AddPair<ListShape, kMayBranch | kDecrementBefore>(table, "ldmdb", "", FAMILY(ldm));
+  AddList<ListShape, kFloatingPoint>(table, "vldmia", FAMILY(ldm));
   AddDecrementingFloatList(table, "vldmdb", FAMILY(ldm));
 
   AddList<ListShape>(table, "stm", FAMILY(stm));
   AddList<ListShape, kDecrementBefore>(table, "stmdb", FAMILY(stm));
-  AddList<NoShapes, kFloatingPoint>(table, "vstmia", FAMILY(stm));
+  AddList<ListShape, kFloatingPoint>(table, "vstmia", FAMILY(stm));
   AddDecrementingFloatList(table, "vstmdb", FAMILY(stm));
 }
 

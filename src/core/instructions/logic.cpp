@@ -3,6 +3,7 @@
 // Which of them take C from an immediate is deliberately uneven: ands reads it off the encoding,
 // tst, teq and mvns off the value, all others leave C alone.
 
+#include "core/branch_pair.h"
 #include "core/instruction_table.h"
 
 namespace orvo {
@@ -37,30 +38,30 @@ void UpdateCarryFromLargeImmediate(unsigned value) {
 // Deliberate: movs with an immediate leaves C alone.
 template <Form f>
 void mov() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned result = Second<f>();
   if constexpr (f.Has(kSetsFlags)) updateCPSROnlyNZ(result);
-  WriteAndAdvance<f>(result);
+  WriteSelectedAndAdvance<f>(result);
 }
 
 // MOVT Rd, #imm16                    "MOVT"
 template <Form f>
 void movt() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned low_half = First<f>() & 0xffffu;
-  WriteAndAdvance<f>(low_half | Second<f>() << 16);
+  WriteSelectedAndAdvance<f>(low_half | Second<f>() << 16);
 }
 
 // MVN{S} Rd, <operand>               "MVN (immediate)", "MVN (register)"
 template <Form f>
 void mvn() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned b = Second<f>();
   if constexpr (f.Has(kSetsFlags)) {
     UpdateCarryFromLargeImmediate<f>(b);
     updateCPSROnlyNZ(~b);
   }
-  WriteAndAdvance<f>(~b);
+  WriteSelectedAndAdvance<f>(~b);
 }
 
 // AND{S} Rd, Rn, <operand>           "AND (immediate)", "AND (register)"
@@ -68,7 +69,7 @@ void mvn() {
 // only with three operands.
 template <Form f>
 void and_3() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned a = First<f>();
   const unsigned result = a & Second<f>();
   if constexpr (f.Has(kSetsFlags)) {
@@ -77,47 +78,47 @@ void and_3() {
       if (LastIsImmediate<f>()) updateCPSRFromImmOnlyC(Imm12OfEncoding());
     }
   }
-  WriteAndAdvance<f>(result);
+  WriteSelectedAndAdvance<f>(result);
 }
 
 // ORR{S} Rd, Rn, <operand>           "ORR (immediate)", "ORR (register)"
 template <Form f>
 void orrs() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned a = First<f>();
   const unsigned result = a | Second<f>();
   if constexpr (f.Has(kSetsFlags)) updateCPSROnlyNZ(result);
-  WriteAndAdvance<f>(result);
+  WriteSelectedAndAdvance<f>(result);
 }
 
 // ORN{S} Rd, Rn, <operand>           "ORN (immediate)", "ORN (register)"
 template <Form f>
 void orn() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned a = First<f>();
   const unsigned result = a | ~Second<f>();
   if constexpr (f.Has(kSetsFlags)) updateCPSROnlyNZ(result);
-  WriteAndAdvance<f>(result);
+  WriteSelectedAndAdvance<f>(result);
 }
 
 // EOR{S} Rd, Rn, <operand>           "EOR (immediate)", "EOR (register)"
 template <Form f>
 void eors() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned a = First<f>();
   const unsigned result = a ^ Second<f>();
   if constexpr (f.Has(kSetsFlags)) updateCPSROnlyNZ(result);
-  WriteAndAdvance<f>(result);
+  WriteSelectedAndAdvance<f>(result);
 }
 
 // BIC{S} Rd, Rn, <operand>           "BIC (immediate)", "BIC (register)"
 template <Form f>
 void bic() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned a = First<f>();
   const unsigned result = a & ~Second<f>();
   if constexpr (f.Has(kSetsFlags)) updateCPSROnlyNZ(result);
-  WriteAndAdvance<f>(result);
+  WriteSelectedAndAdvance<f>(result);
 }
 
 // TST Rn, <operand>                  "TST (immediate)", "TST (register)"
@@ -166,6 +167,10 @@ void AddLogic(InstructionTable& table) {
   AddTwoOperandForms<RegisterOrImmediate>            (table, "tst",  FAMILY(tst));
   AddTwoOperandForms<RegisterOrImmediate>            (table, "teq",  FAMILY(teq));
   // clang-format on
+
+  AddBranchPairs<0, Shape::kRegister, Shape::kImmediate>(table, FAMILY(tst));
+  AddBranchPairs<kSetsFlags | kThreeOperands, Shape::kRegister, Shape::kImmediate>(table,
+                                                                                   FAMILY(and_3));
 }
 
 }  // namespace orvo

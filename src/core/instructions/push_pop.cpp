@@ -91,7 +91,7 @@ void vpop() {
 
 void AddStackInstructions(InstructionTable& table) {
   AddPair<ListShape>(table, "push", "", FAMILY(push));
-  AddPair<ListShape>(table, "pop", "", FAMILY(pop));
+  AddPair<ListShape, kMayBranch>(table, "pop", "", FAMILY(pop));
   AddPair<NoShapes, kFloatingPoint>(table, "vpush", "", FAMILY(vpush));
   AddPair<NoShapes, kFloatingPoint>(table, "vpop", "", FAMILY(vpop));
 }

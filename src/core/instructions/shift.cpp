@@ -8,29 +8,32 @@
 namespace orvo {
 namespace {
 
-// Whether C follows the carry out of a shift by this amount, if it isn't 0.
-// Deliberate: with asrs C keeps its value from 32 on, unlike with lsls and lsrs.
+// These instructions take C themselves, after the write, so that the shifter leaves it alone.
 template <ShiftType type>
-bool CarryCounts(unsigned amount) {
-  return type != ShiftType::kAsr || (amount & 0xff) < 32;
+ShiftedValue Apply(unsigned value, unsigned amount) {
+  switch (type) {
+    case ShiftType::kAsr: return Asr(value, amount);
+    case ShiftType::kLsl: return Lsl(value, amount);
+    case ShiftType::kLsr: return Lsr(value, amount);
+    case ShiftType::kRor: return Ror(value, amount);
+    default: return {CarryFlag() << 31 | amount >> 1, (amount & 1u) != 0};
+  }
 }
 
 // ASR{S}, LSL{S}, LSR{S}, ROR{S} Rd, Rn, <Rm|#amount>; RRX{S} Rd, Rm
 // rrx comes here with Rd as its source and Rm as its amount, which is the one that it rotates.
 template <ShiftType type, Form f>
 void shift() {
-  if (SkippedByCondition<f>()) return;
+  if (SkippedBeforeResult<f>()) return;
   const unsigned value = First<f>();
   const unsigned amount = Second<f>();
-  constexpr ShiftFunction kShift = shift_type_to_function_[static_cast<unsigned>(type)];
-  bool carry = false;
-  const unsigned result = kShift(value, amount, &carry);
-  WriteResult<f>(result);
+  const ShiftedValue result = Apply<type>(value, amount);
+  WriteSelected<f>(result.value);
   if constexpr (f.Has(kSetsFlags)) {
     // Deliberate: the amount is read again, after the write. A shift into its own amount register
     // tests the low byte of the result, and rrxs tests that of the rotated word.
-    if ((Second<f>() & 0xff) != 0 && CarryCounts<type>(amount)) updateCPSROnlyC(carry);
-    updateCPSROnlyNZ(result);
+    if ((Second<f>() & 0xff) != 0 && result.carry_counts) updateCPSROnlyC(result.carry);
+    updateCPSROnlyNZ(result.value);
   }
   Advance<f>();
 }

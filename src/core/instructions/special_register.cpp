@@ -19,7 +19,9 @@ unsigned Merge(unsigned old_value, unsigned value, unsigned mask) {
 }
 
 // Deliberate: GE only; N, Z, C, V and Q can't be written, not even by `msr apsr_nzcvq, r0`.
-void updateASPRG(unsigned value) { registers_->xpsr() = Merge(registers_->xpsr(), value, kGeBits); }
+void updateASPRG(unsigned value) {
+  registers_->status() = Merge(registers_->status(), value, kGeBits);
+}
 
 // Handler mode keeps its stack; unprivileged code changes nothing.
 void updateControl(unsigned value) {
@@ -76,7 +78,7 @@ void mrs() {
     case kMsp:
     case kXpsr:
     case kControl:
-      set_reg<0>(registers_->word(id));
+      set_reg<0>(registers_->get(id));
       break;
     case kFpscr:
       if (get_reg_id<0>() == kApsrNzcv) {
@@ -87,7 +89,7 @@ void mrs() {
       }
       break;
     case kIpsr:
-      set_reg<0>(privileged ? registers_->xpsr() & kLowByte : 0);
+      set_reg<0>(privileged ? registers_->status() & kLowByte : 0);
       break;
     case kPsp:
     case kPrimask:

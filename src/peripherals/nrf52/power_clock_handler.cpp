@@ -1,17 +1,12 @@
 #include "peripherals/nrf52/power_clock_handler.h"
 
 #include <iterator>
-#include <nlohmann/json.hpp>
 
-#include "mcu/mcu.h"
 #include "runner/errors.h"
 
 namespace orvo {
 
 namespace {
-
-constexpr unsigned kTrigger = 1;
-constexpr unsigned kGenerated = 1;
 
 constexpr unsigned kRunning = 1u << 16;         // HFCLKSTAT.STATE, LFCLKSTAT.STATE
 constexpr unsigned kSourceXtal = 1u << 0;       // HFCLKSTAT.SRC
@@ -19,33 +14,14 @@ constexpr unsigned kLfSourceMask = 3;           // LFCLKSTAT.SRC
 constexpr unsigned kResetBySoftware = 1u << 2;  // RESETREAS.SREQ
 constexpr unsigned kCtivUnitsPerSecond = 4;     // CTIV counts quarters of a second
 
-// INTENSET
-constexpr unsigned kHfclkStarted = 1u << 0;
-constexpr unsigned kLfclkStarted = 1u << 1;
-constexpr unsigned kDone = 1u << 3;
-constexpr unsigned kCtto = 1u << 4;
-
 }  // namespace
-
-PowerClockHandler::PowerClockHandler(Mcu* mcu, std::string name, unsigned start,
-                                     unsigned size_bytes, const InterruptMap& interrupts,
-                                     const nlohmann::json& configuration)
-    : Nrf52POWER_CLOCK(mcu, name, start, size_bytes, interrupts, configuration),
-      interrupt_number_(InterruptNumberOf(interrupts, name)) {}
-
-void PowerClockHandler::RaiseIfEnabled(unsigned interrupt_bit) {
-  if ((MemorySection::get(INTENSET) & interrupt_bit) != 0) {
-    mcu_->interrupts().RaiseInterrupt(interrupt_number_, true);
-  }
-}
 
 // --- High-frequency clock ------------------------------------------------------------------------
 
 void PowerClockHandler::set_TASKS_HFCLKSTART(unsigned, unsigned) {
   MemorySection::set(HFCLKSTAT, get_hf_status() | kRunning);
-  MemorySection::set(EVENTS_HFCLKSTARTED, kGenerated);
   MemorySection::set(HFCLKRUN, 1);
-  RaiseIfEnabled(kHfclkStarted);
+  Generate(EVENTS_HFCLKSTARTED);
 }
 
 void PowerClockHandler::set_TASKS_HFCLKSTOP(unsigned, unsigned) {
@@ -60,9 +36,8 @@ void PowerClockHandler::set_TASKS_LFCLKSTART(unsigned, unsigned) {
   const unsigned source = MemorySection::get(LFCLKSRC);
   MemorySection::set(LFCLKSTAT, (source & kLfSourceMask) | kRunning);
   MemorySection::set(LFCLKSRCCOPY, source);
-  MemorySection::set(EVENTS_LFCLKSTARTED, kGenerated);
   MemorySection::set(LFCLKRUN, 1);
-  RaiseIfEnabled(kLfclkStarted);
+  Generate(EVENTS_LFCLKSTARTED);
 }
 
 void PowerClockHandler::set_TASKS_LFCLKSTOP(unsigned, unsigned) {
@@ -77,8 +52,7 @@ void PowerClockHandler::set_TASKS_CAL(unsigned, unsigned value) {
   if ((get_hf_status() & kRunning) == 0) {
     throw OrvoError("Illegal attempt to CAL the LFCLK while HFCLK is not running");
   }
-  MemorySection::set(EVENTS_DONE, kGenerated);
-  RaiseIfEnabled(kDone);
+  Generate(EVENTS_DONE);
 }
 
 void PowerClockHandler::set_TASKS_CTSTART(unsigned, unsigned) {
@@ -95,7 +69,7 @@ void PowerClockHandler::set_TASKS_CTSTOP(unsigned, unsigned) { calibration_timer
 unsigned long PowerClockHandler::OnTick(unsigned long) {
   if (!calibration_timer_running_) return 0;
   set_EVENTS_CTTO(EVENTS_CTTO, kGenerated);
-  RaiseIfEnabled(kCtto);
+  RaiseIfEnabled(InterruptBit(EVENTS_CTTO));
   calibration_timer_running_ = false;
   return 0;
 }
@@ -104,26 +78,18 @@ unsigned long PowerClockHandler::OnTick(unsigned long) {
 
 void PowerClockHandler::set_TASKS_LOWPWR(unsigned, unsigned) {}
 
-void PowerClockHandler::set_INTENSET(unsigned, unsigned value) {
+void PowerClockHandler::set_INTENSET(unsigned offset, unsigned value) {
   // Deliberate: from bit 2 on the bits stand one place below those that the events raise with
   // (DONE is 3, CTTO is 4), and a CTTO that waits for its own bit is not caught up on.
   static constexpr unsigned kPendingEvents[] = {EVENTS_HFCLKSTARTED, EVENTS_LFCLKSTARTED,
                                                 EVENTS_DONE, EVENTS_CTTO};
-  const unsigned enabled = MemorySection::get(INTENSET) | value;
-  MemorySection::set(INTENSET, enabled);
-  MemorySection::set(INTENCLR, enabled);
+  Nrf52Handler::set_INTENSET(offset, value);
   for (unsigned bit = 0; bit < std::size(kPendingEvents); ++bit) {
-    if ((enabled >> bit & 1u) != 0 && MemorySection::get(kPendingEvents[bit]) != 0) {
-      mcu_->interrupts().RaiseInterrupt(interrupt_number_, true);
+    if (IsEnabled(1u << bit) && MemorySection::get(kPendingEvents[bit]) != 0) {
+      RaiseInterrupt();
       return;
     }
   }
-}
-
-void PowerClockHandler::set_INTENCLR(unsigned, unsigned value) {
-  const unsigned enabled = MemorySection::get(INTENSET) & ~value;
-  MemorySection::set(INTENSET, enabled);
-  MemorySection::set(INTENCLR, enabled);
 }
 
 void PowerClockHandler::Reset(ResetType type) {

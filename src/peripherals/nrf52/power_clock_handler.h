@@ -4,17 +4,15 @@
 // Not modelled: power-fail warning, RAM retention, system off, and USB supply detection.
 #pragma once
 
-#include <string>
-
+#include "peripherals/nrf52/nrf52_handler.h"
 #include "peripherals/nrf52/registers/nrf52_power_clock.h"
 #include "time/tick_listener.h"
 
 namespace orvo {
 
-class PowerClockHandler : public Nrf52POWER_CLOCK, public TickListener {
+class PowerClockHandler : public Nrf52Handler<Nrf52POWER_CLOCK>, public TickListener {
  public:
-  PowerClockHandler(Mcu* mcu, std::string name, unsigned start, unsigned size_bytes,
-                    const InterruptMap& interrupts, const nlohmann::json& configuration);
+  using Nrf52Handler::Nrf52Handler;
 
   // HFCLKSTAT and LFCLKSTAT: bit 16 while the clock runs. The RTC counts by the second.
   unsigned get_hf_status() { return MemorySection::get(HFCLKSTAT); }
@@ -29,16 +27,12 @@ class PowerClockHandler : public Nrf52POWER_CLOCK, public TickListener {
   void set_TASKS_CTSTOP(unsigned offset, unsigned value) override;
   void set_TASKS_LOWPWR(unsigned offset, unsigned value) override;
   void set_INTENSET(unsigned offset, unsigned value) override;
-  void set_INTENCLR(unsigned offset, unsigned value) override;
 
   // End of the calibration timer's interval.
   unsigned long OnTick(unsigned long tick) override;
   void Reset(ResetType type) override;
 
  private:
-  void RaiseIfEnabled(unsigned interrupt_bit);
-
-  int interrupt_number_;
   bool calibration_timer_running_ = false;
 };
 

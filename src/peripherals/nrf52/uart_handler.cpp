@@ -12,16 +12,12 @@ namespace orvo {
 
 namespace {
 
-constexpr unsigned kGenerated = 1;
 constexpr char kInterruptName[] = "UARTE0_UART0";
 constexpr unsigned kModeMask = 15;     // ENABLE
 constexpr unsigned kPinMask = 63;      // PSEL_TXD, PSEL_RXD
 constexpr unsigned kCountMask = 0xff;  // RXD_MAXCNT, TXD_MAXCNT
 constexpr unsigned kBitsPerByte = 10;  // with start and stop bit
 constexpr unsigned kBitsUntilRxto = 50;
-
-// Bit of an event in INTEN, INTENSET and INTENCLR.
-constexpr unsigned InterruptBit(unsigned event_offset) { return 1u << (event_offset - 0x100) / 4; }
 
 constexpr unsigned kRxdrdy = InterruptBit(Nrf52UARTE::EVENTS_RXDRDY);
 constexpr unsigned kEndRx = InterruptBit(Nrf52UARTE::EVENTS_ENDRX);
@@ -66,8 +62,7 @@ unsigned BaudOf(unsigned register_value) {
 
 UartHandler::UartHandler(Mcu* mcu, std::string name, unsigned start, unsigned size_bytes,
                          const InterruptMap& interrupts, const nlohmann::json& configuration)
-    : Nrf52UARTE(mcu, name, start, size_bytes, interrupts, configuration),
-      interrupt_number_(InterruptNumberOf(interrupts, kInterruptName)),
+    : Nrf52Handler(mcu, name, start, size_bytes, interrupts, configuration, kInterruptName),
       uart_(
           mcu, [this] { ByteReceived(); }, mcu->GetWireManager(), UartHandlerBase::kNoWire,
           UartHandlerBase::kNoWire, name) {}
@@ -152,12 +147,6 @@ void UartHandler::set_PSEL_RXD(unsigned, unsigned value) {
 
 // --- Interrupts ----------------------------------------------------------------------------------
 
-bool UartHandler::IsEnabled(unsigned interrupt_bit) {
-  return (MemorySection::get(INTEN) & interrupt_bit) != 0;
-}
-
-void UartHandler::RaiseInterrupt() { mcu_->interrupts().RaiseInterrupt(interrupt_number_, true); }
-
 void UartHandler::RaiseInterruptAtNextTick() {
   if (interrupt_armed_) return;
   mcu_->clock().AttachToTick(mcu_->clock().TickCount(), this, false);
@@ -170,26 +159,11 @@ unsigned long UartHandler::OnTick(unsigned long) {
   return 0;
 }
 
-void UartHandler::StoreInterruptEnable(unsigned value) {
-  MemorySection::set(INTEN, value);
-  MemorySection::set(INTENSET, value);
-  MemorySection::set(INTENCLR, value);
-}
-
 void UartHandler::set_INTEN(unsigned, unsigned value) { StoreInterruptEnable(value); }
 
-void UartHandler::set_INTENSET(unsigned, unsigned value) {
-  const unsigned enabled = MemorySection::get(INTENSET) | value;
-  StoreInterruptEnable(enabled);
-  for (const unsigned event : kPendingEventOffsets) {
-    if ((enabled & InterruptBit(event)) == 0 || MemorySection::get(event) == 0) continue;
-    RaiseInterrupt();
-    return;
-  }
-}
-
-void UartHandler::set_INTENCLR(unsigned, unsigned value) {
-  StoreInterruptEnable(MemorySection::get(INTENSET) & ~value);
+void UartHandler::set_INTENSET(unsigned offset, unsigned value) {
+  Nrf52Handler::set_INTENSET(offset, value);
+  RaiseIfPending(kPendingEventOffsets);
 }
 
 void UartHandler::set_EVENTS_RXDRDY(unsigned, unsigned value) {

@@ -10,13 +10,14 @@
 #include <mutex>
 #include <string>
 
+#include "peripherals/nrf52/nrf52_handler.h"
 #include "peripherals/nrf52/registers/nrf52_uarte.h"
 #include "time/tick_listener.h"
 #include "wires/uart_handler_base.h"
 
 namespace orvo {
 
-class UartHandler : public Nrf52UARTE, public TickListener {
+class UartHandler : public Nrf52Handler<Nrf52UARTE>, public TickListener {
  public:
   // Every instance takes the interrupt "UARTE0_UART0".
   UartHandler(Mcu* mcu, std::string name, unsigned start, unsigned size_bytes,
@@ -33,7 +34,6 @@ class UartHandler : public Nrf52UARTE, public TickListener {
   void set_EVENTS_RXSTARTED(unsigned offset, unsigned value) override;
   void set_INTEN(unsigned offset, unsigned value) override;
   void set_INTENSET(unsigned offset, unsigned value) override;
-  void set_INTENCLR(unsigned offset, unsigned value) override;
   void set_PSEL_TXD(unsigned offset, unsigned value) override;
   void set_PSEL_RXD(unsigned offset, unsigned value) override;
   unsigned get_RXD(unsigned offset) override;
@@ -100,12 +100,9 @@ class UartHandler : public Nrf52UARTE, public TickListener {
   unsigned long GetTicksPerBit();
   unsigned long GetTicksPerByte();
 
-  bool IsEnabled(unsigned interrupt_bit);
-  void RaiseInterrupt();
   void DetachFromClock();
   // Raises it at the next service of the clock.
   void RaiseInterruptAtNextTick();
-  void StoreInterruptEnable(unsigned value);
 
   // The line has brought a byte. Called by the UART's base.
   void ByteReceived();
@@ -116,7 +113,6 @@ class UartHandler : public Nrf52UARTE, public TickListener {
   void MoveDataToRXDBufferAndRaiseEvent(bool raise);
   void RegisterRxdrdyEvent();
 
-  int interrupt_number_;
   unsigned rx_amount_ = 0;  // bytes moved into RAM since TASKS_STARTRX
   std::atomic<bool> rx_active_{false};
   RxdRing rxd_ring_;

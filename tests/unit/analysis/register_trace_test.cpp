@@ -41,7 +41,7 @@ TEST_F(RegisterTraceTest, LineHasAllRegistersInOrder) {
   registers.init(0x1f4, 0x20010000);
   for (unsigned n = 0; n < 13; ++n) registers.r(n) = 0x10101010 + n;
   registers.word(kLr) = 0xabcdef01;
-  registers.xpsr() = 0xf800f1ff;
+  registers.set_xpsr(0xf800f1ff);
   registers.word(kPsp) = 0x20000800;
   registers.word(kPrimask) = 1;
   registers.word(kBasepri) = 0xe0;

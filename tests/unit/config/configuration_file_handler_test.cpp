@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "peripherals/nrf52/registers/nrf52_radio.h"
 #include "support/test_mcu.h"
 #include "unit/config/board_bench.h"
 #include "wires/wire_manager.h"
@@ -202,6 +203,10 @@ INSTANTIATE_TEST_SUITE_P(
         MistakeCase{"hse_type", WithConfig(R"("HSE": -1)"),
                     "board.json: Mcu config.HSE: expected an integer from 0 to 4294967295, "
                     "found -1"},
+        MistakeCase{"external_ram_type", WithConfig(R"("external_ram_size": "64k")"),
+                    "board.json: Mcu config.external_ram_size: expected an integer"},
+        MistakeCase{"radio_type", WithConfig(R"("radio": "master")"),
+                    "board.json: Mcu config.radio: expected an object, found a string"},
         MistakeCase{"ble_type", WithConfig(R"("load_ble_memory_values": 1)"),
                     "board.json: Mcu config.load_ble_memory_values: expected true or false"},
         MistakeCase{"pins_type", WithConfig(R"("pins": [])"),
@@ -312,6 +317,15 @@ class RecordingRadio : public MemorySection {
   void ApplyConfiguration(const nlohmann::json& given) override { configuration = given; }
   nlohmann::json configuration;
 };
+
+TEST(MemoryValues, ARadioWithoutAModelTakesNoConfiguration) {
+  BoardBench bench;
+  bench.Load(WithConfig(R"("radio": {"port": 5})"));
+  TestMcu mcu;
+  mcu.memory().AddSection(new Nrf52RADIO(&mcu, "RADIO", 0x40001000, 4096, {}, {}));
+  EXPECT_EQ(ErrorOf([&] { bench.board.ConnectPeripheralsForNrf52(&mcu); }),
+            "UserError: board.json: Mcu config.radio: the model of the radio is not built in");
+}
 
 TEST(MemoryValues, RadioHearsOfItsConfigurationOnlyIfThereIsOne) {
   BoardBench bench;

@@ -159,7 +159,9 @@ INSTANTIATE_TEST_SUITE_P(Table, ShapeOf, testing::Values(
     ShapeCase{"shifted_source",    Shape::kLsl,       {0xeb01, 0x0082}},
     ShapeCase{"shift_sets_carry",  Shape::kAny,       {0xea11, 0x0082}},  // ands r0, r1, r2, lsl #2
     ShapeCase{"rotated_source",    Shape::kAny,       {0xeb01, 0x00b2}},  // ror #2
-    ShapeCase{"stack_pointer",     Shape::kAny,       {0xb082}},          // sub sp, #8
+    ShapeCase{"stack_step",        Shape::kStackStep, {0xb082}},          // sub sp, #8
+    ShapeCase{"stack_sum",         Shape::kStackSum,  {0xa902}},          // add r1, sp, #8
+    ShapeCase{"stack_pointer",     Shape::kAny,       {0x466f}},          // mov r7, sp
     ShapeCase{"pc_source",         Shape::kAny,       {0x4478}},          // add r0, pc
     ShapeCase{"base",              Shape::kBase,      {0x6848}},          // ldr r0, [r1, #4]
     ShapeCase{"stack",             Shape::kStack,     {0x9801}},          // ldr r0, [sp, #4]

@@ -9,7 +9,7 @@ namespace orvo {
 namespace {
 
 TEST_F(CoreState, InitLeavesTheStateAfterReset) {
-  registers.xpsr() = ~0u;
+  registers.set_xpsr(~0u);
   registers.control() = 7;
   registers.init(0x1234, 0x20008000);
   EXPECT_EQ(registers.pc(), 0x1234u);
@@ -65,7 +65,7 @@ TEST_F(CoreState, DumpHasALinePerIdUpToControl) {
 }
 
 TEST_F(CoreState, ItStateKeepsItsByteAndNothingElse) {
-  registers.xpsr() = 0xf90f0105;
+  registers.set_xpsr(0xf90f0105);
   const unsigned before = registers.xpsr();
   for (unsigned it = 0; it < 256; ++it) {
     SetItReg(it);
@@ -73,7 +73,8 @@ TEST_F(CoreState, ItStateKeepsItsByteAndNothingElse) {
     EXPECT_EQ(InItBlock(), (it & 15) != 0);
     EXPECT_EQ(LastInItBlock(), (it & 15) == 8);
     EXPECT_EQ(GetItCondBase(), it >> 5);
-    EXPECT_EQ(registers.xpsr() & ~(kItLowBits | kItHighBits), before & ~(kItLowBits | kItHighBits));
+    constexpr unsigned kIt = xpsr::kItLowBits | xpsr::kItHighBits;
+    EXPECT_EQ(registers.xpsr() & ~kIt, before & ~kIt);
   }
 }
 

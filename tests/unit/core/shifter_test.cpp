@@ -26,13 +26,13 @@ TEST_P(Shifter, GivesResultAndCarry) {
   for (const unsigned before : {0u, xpsr::kC}) {
     bool carry_out = false;
     instruction.shifter_keeps_carry = false;
-    registers.xpsr() = before;
+    registers.set_xpsr(before);
     EXPECT_EQ(c.function(c.value, c.amount, &carry_out), c.result);
     const unsigned wanted = c.carry == kUnchanged ? before : c.carry == kSet ? xpsr::kC : 0;
     EXPECT_EQ(registers.xpsr(), wanted);
 
     instruction.shifter_keeps_carry = true;
-    registers.xpsr() = before;
+    registers.set_xpsr(before);
     EXPECT_EQ(c.function(c.value, c.amount, &carry_out), c.result);
     EXPECT_EQ(registers.xpsr(), before);
   }
@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(CoreState, RrxWorksOnItsSecondArgument) {
   bool carry = false;
   instruction.shifter_keeps_carry = true;
-  registers.xpsr() = xpsr::kC;
+  registers.set_xpsr(xpsr::kC);
   EXPECT_EQ(sft_rrx(0x55555555, 0x00000003, &carry), 0x80000001u);
   EXPECT_TRUE(carry);
   EXPECT_EQ(registers.xpsr(), xpsr::kC);
@@ -72,14 +72,14 @@ TEST_F(CoreState, RrxWorksOnItsSecondArgument) {
 TEST_F(CoreState, RrxThatSetsCarryUsesTheNewCarry) {
   bool carry = false;
   instruction.shifter_keeps_carry = false;
-  registers.xpsr() = xpsr::kC;
+  registers.set_xpsr(xpsr::kC);
   EXPECT_EQ(sft_rrx(0, 0x00000002, &carry), 0x00000001u);
   EXPECT_EQ(registers.xpsr(), 0u);
 }
 
 TEST_F(CoreState, OperandWrittenWithRrxYieldsOnlyTheOldCarry) {
   instruction.shifter_keeps_carry = true;
-  registers.xpsr() = xpsr::kC;
+  registers.set_xpsr(xpsr::kC);
   EXPECT_EQ(Shifted(0x12345678, ShiftType::kRrx, 0), 0x80000000u);
 }
 
@@ -108,7 +108,7 @@ TEST(AddWithCarry, FollowsTheManual) {
 }
 
 TEST_F(CoreState, ImmediateCarryComesFromARotatedConstantOnly) {
-  registers.xpsr() = xpsr::kC;
+  registers.set_xpsr(xpsr::kC);
   updateCPSRFromImmOnlyC(0x0ff);  // plain byte
   EXPECT_EQ(registers.xpsr(), xpsr::kC);
   updateCPSRFromImmOnlyC(0x3ff);  // byte in every lane

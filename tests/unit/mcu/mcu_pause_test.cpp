@@ -80,6 +80,19 @@ TEST_F(McuPauseTest, APauseIsTakenAtTheNextStepAndAnswersBothCommands) {
   }
 }
 
+TEST_F(McuPauseTest, APauseThatIsResumedBeforeItsStepAnswersBothCommands) {
+  mcu.PauseCommand(true);
+  mcu.Resume(true);
+  Step();
+  mcu.PauseCommand(false);  // nothing is left of the first
+  mcu.Resume(false);
+  Step();
+  SendEnd();
+  for (const json& expected : {kPaused, kStopped, kResumedResponse, kResumedEvent, kEnd}) {
+    EXPECT_EQ(Next(), expected);
+  }
+}
+
 TEST_F(McuPauseTest, APauseCommandWhilePausedIsAnsweredAtOnce) {
   Action again([this] {
     mcu.PauseCommand(true);

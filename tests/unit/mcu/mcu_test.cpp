@@ -91,7 +91,7 @@ TEST(McuDevices, LiveAsLongAsTheChip) {
 
 TEST_F(McuTest, ResetReadsStackPointerAndPcFromTheVectorTable) {
   registers.control() = control::kProcessStack;
-  registers.xpsr() = 0xf0000000;
+  registers.set_xpsr(0xf0000000);
   registers.word(kPsp) = 1;
   mcu.Reset(kPowerOnReset);
   EXPECT_EQ(registers.sp(), kStackTop);

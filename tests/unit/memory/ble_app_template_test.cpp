@@ -1,20 +1,21 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
 #include "config/configuration_file_handler.h"
+#include "runner/errors.h"
 #include "support/test_mcu.h"
 
 namespace orvo {
 namespace {
 
 struct FlashBench {
-  explicit FlashBench(const char* config) {
+  explicit FlashBench(const char* config, unsigned flash_bytes = 0x81000) {
     ISingelton<ConfigurationFileHandler>::ReleaseInstance();
     ConfigurationFileHandler::Get().AddComponent(
         {{"class", "nrf52832"}, {"config", nlohmann::json::parse(config)}});
-    mcu.memory().GetSectionByName("Flash")->Resize(0x81000);
-    mcu.memory().loadBLEAppTemplate();
+    mcu.memory().GetSectionByName("Flash")->Resize(flash_bytes);
   }
   ~FlashBench() { ISingelton<ConfigurationFileHandler>::ReleaseInstance(); }
   unsigned Get(unsigned address) { return mcu.memory().get<false>(address); }
@@ -24,6 +25,7 @@ struct FlashBench {
 
 TEST(BleAppTemplate, FormatsThreePagesWhenTheBoardAsksForIt) {
   FlashBench bench(R"({"load_ble_memory_values": true})");
+  bench.mcu.memory().loadBLEAppTemplate();
   const unsigned second_words[] = {0xf11e01ff, 0xf11e01fe, 0xf11e01fe};
   for (unsigned page = 0; page < 3; ++page) {
     const unsigned start = 0x7d000 + 0x1000 * page;
@@ -37,8 +39,23 @@ TEST(BleAppTemplate, FormatsThreePagesWhenTheBoardAsksForIt) {
 }
 
 TEST(BleAppTemplate, LeavesFlashAloneOtherwise) {
-  EXPECT_EQ(FlashBench("{}").Get(0x7d000), 0u);
-  EXPECT_EQ(FlashBench(R"({"load_ble_memory_values": false})").Get(0x7d000), 0u);
+  for (const char* config : {"{}", R"({"load_ble_memory_values": false})"}) {
+    FlashBench bench(config);
+    bench.mcu.memory().loadBLEAppTemplate();
+    EXPECT_EQ(bench.Get(0x7d000), 0u);
+  }
+}
+
+TEST(BleAppTemplate, NeedsAFlashThatHoldsThePages) {
+  for (const unsigned flash_bytes : {0x40000u, 0x7fffcu}) {
+    FlashBench bench(R"({"load_ble_memory_values": true})", flash_bytes);
+    try {
+      bench.mcu.memory().loadBLEAppTemplate();
+      FAIL() << "no error";
+    } catch (const UserError& error) {
+      EXPECT_THAT(error.message(), testing::HasSubstr("Mcu config.load_ble_memory_values: "));
+    }
+  }
 }
 
 }  // namespace

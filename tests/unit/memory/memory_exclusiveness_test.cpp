@@ -17,7 +17,7 @@ struct MonitorBench {
   unsigned Status() { return mcu.registers().word(kR2); }
   unsigned Word() { return mcu.memory().get<false>(kAddress); }
   void EnterException(unsigned number) {
-    mcu.registers().xpsr() = (mcu.registers().xpsr() & ~xpsr::kExceptionNumber) | number;
+    mcu.registers().set_xpsr((mcu.registers().xpsr() & ~xpsr::kExceptionNumber) | number);
   }
 
   TestMcu mcu;

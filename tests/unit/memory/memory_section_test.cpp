@@ -50,6 +50,17 @@ TEST(MemorySection, SetStoresAndSignalsWhileAssignOnlyStores) {
   EXPECT_EQ(section.get(12), 0x00060005u);
 }
 
+TEST(MemorySection, SetStoresByTheAssignOfAClassThatHasItsOwn) {
+  struct Inverter : PlainSection {
+    Inverter() : PlainSection(nullptr, "S", 0, 4) { UseOwnAssign(); }
+    void AssignValue(unsigned offset, unsigned value) override {
+      PlainSection::AssignValue(offset, ~value);
+    }
+  } section;
+  section.set(0, 5);
+  EXPECT_EQ(section.get(0), ~5u);
+}
+
 TEST(MemorySection, SwitchesSingleBitsWithASignal) {
   TestMcu mcu;
   PlainSection section(&mcu, "S", 0x1000, 16);
@@ -58,6 +69,7 @@ TEST(MemorySection, SwitchesSingleBitsWithASignal) {
   section.TurnOnBitReg(4, 31);
   section.TurnOnBitReg(4, 0);
   section.TurnOffBitReg(4, 31);
+  section.TurnOnBitReg(4, 32);
   EXPECT_THAT(ppi.seen, ElementsAre("1004 80000000 r", "1004 80000001 r", "1004 1 r"));
 }
 
@@ -70,6 +82,8 @@ TEST(MemorySection, KeepsOffItsNeighboursMemory) {
   EXPECT_EQ(section.get(6), 0u);
   EXPECT_EQ(section.get(0xfffffffe), 0u);
   EXPECT_EQ(section.getHalfWord(5), 0x22u);
+  EXPECT_EQ(*section.GetORVOPtr(5), 0x22u);
+  EXPECT_EQ(section.GetORVOPtr(6), nullptr);
 }
 
 // --- Dump ----------------------------------------------------------------------------------------

@@ -230,6 +230,19 @@ TEST(PeripheralMemory, AccessWithoutAnOperationGetsNoShortcut) {
   EXPECT_EQ(bench.block->word_writes, 2);
 }
 
+TEST(PeripheralMemory, BlockBehindAnotherOneOfItsPlaceTakesNoShortcutFromIt) {
+  BlockBench bench;
+  RecordingBlock* behind = bench.block;
+  auto* found = new RecordingBlock(&bench.mcu, "IN FRONT", kStart, BlockBench::kSizeBytes,
+                                   InterruptMap(), nlohmann::json());
+  bench.memory().AddSection(found);
+  behind->set(TestBlock::CONTROL, 1);
+  behind->get(TestBlock::CONTROL);
+  bench.memory().set<true>(kStart + TestBlock::CONTROL, 2);
+  EXPECT_EQ(bench.memory().get<true>(kStart + TestBlock::CONTROL), 2u);
+  EXPECT_EQ(behind->get(TestBlock::CONTROL), 1u);
+}
+
 TEST(PeripheralMemory, ShortcutStillTellsTheAccessObserver) {
   Recorder watch;
   BlockBench bench;

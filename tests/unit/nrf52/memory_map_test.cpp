@@ -8,7 +8,6 @@
 #include <string>
 
 #include "config/configuration_file_handler.h"
-#include "config/scenario_file_handler.h"
 #include "control/sudo_handler.h"
 #include "mcu/nrf52.h"
 #include "peripherals/nrf52/ficr_handler.h"
@@ -17,30 +16,10 @@
 #include "peripherals/nrf52/registers/nrf52_nvmc.h"
 #include "peripherals/nrf52/registers/nrf52_timer.h"
 #include "time/system_control_block_handler.h"
-#include "wires/wire_manager.h"
+#include "unit/nrf52/chip_bench.h"
 
 namespace orvo {
 namespace {
-
-template <class Chip>
-struct ChipBench {
-  ChipBench() {
-    mcu.CreateMemorySections();
-    mcu.SetFrequency();
-    mcu.interrupts().LoadInterrupts(0);
-  }
-  unsigned Get(unsigned address) { return mcu.memory().template get<true>(address); }
-  std::string SectionAt(unsigned address) {
-    const MemorySection* section = mcu.memory().LookUpSection(address);
-    return section == nullptr ? "none" : section->name();
-  }
-
-  ScenarioFileHandler scenario;
-  WireManager wires{nullptr, 200, false, true};
-  Chip mcu{scenario, &wires, nullptr};
-};
-using Bench832 = ChipBench<Nrf52832>;
-using Bench840 = ChipBench<Nrf52840>;
 
 struct Place {
   const char* name;
@@ -201,12 +180,23 @@ TEST(Nrf52NVMC, IsStorageThatIsAlwaysReady) {
 }
 
 TEST(Nrf52, TasksWithoutHandlerNameThemselves) {
+  struct Case {
+    unsigned address;
+    const char* task;
+  };
+  const Case cases[] = {
+      {0x4002704c, "Nrf52USBD::set_TASKS_EP0RCVOUT"}, {0x40007004, "Nrf52SAADC::set_TASKS_SAMPLE"},
+      {0x40012000, "Nrf52QDEC::set_TASKS_START"},     {0x40013008, "Nrf52LPCOMP::set_TASKS_SAMPLE"},
+      {0x4001c00c, "Nrf52PWM::set_TASKS_SEQSTART"},
+  };
   Bench840 bench;
-  try {
-    bench.mcu.memory().set<true>(0x4002704c, 1);
-    FAIL() << "no error";
-  } catch (const OrvoError& error) {
-    EXPECT_EQ(error.message(), "Nrf52USBD::set_TASKS_EP0RCVOUT: unsupported task");
+  for (const Case& test : cases) {
+    try {
+      bench.Set(test.address, 1);
+      ADD_FAILURE() << "no error: " << test.task;
+    } catch (const OrvoError& error) {
+      EXPECT_EQ(error.message(), std::string(test.task) + ": unsupported task");
+    }
   }
 }
 
@@ -240,6 +230,25 @@ TEST(Nrf52, RunsAt64MegahertzFromFlashAtZero) {
   EXPECT_EQ(bench.mcu.clock().GetFrequency(), 64'000'000u);
   EXPECT_EQ(bench.mcu.GetFlashOffset(), 0u);
   EXPECT_EQ(bench.mcu.GetSudoStartAddress(), 0xa0000000u);
+}
+
+TEST(Nrf52, StartRefusesSizesThatReachIntoTheNextSection) {
+  for (const auto& [key, next] : {std::pair{"ram_size", "POWER_CLOCK at 0x40000000"},
+                                  {"external_ram_size", "SUDO at 0xa0000000"}}) {
+    ISingelton<ConfigurationFileHandler>::ReleaseInstance();
+    ConfigurationFileHandler::Get().AddComponent(
+        {{"class", "nrf52832"}, {"config", {{key, 2147483647}}}});
+    ScenarioFileHandler scenario;
+    Nrf52832 mcu(scenario, nullptr, nullptr);
+    try {
+      mcu.start();
+      FAIL() << "no error";
+    } catch (const UserError& error) {
+      EXPECT_THAT(error.message(), testing::HasSubstr(std::string("Mcu config.") + key + ": "));
+      EXPECT_THAT(error.message(), testing::EndsWith(std::string(next) + ", found 2147483647"));
+    }
+  }
+  ISingelton<ConfigurationFileHandler>::ReleaseInstance();
 }
 
 TEST(Nrf52, StartGivesExternalRamTheSizeOfTheBoard) {

@@ -51,16 +51,21 @@ TEST_F(ClockTest, TickrementBelowOneDoesNothing) {
   EXPECT_THAT(log, IsEmpty());
 }
 
-TEST_F(ClockTest, TheRunLoopsStepCallsListenersButLeavesServiceFunctionsToTheLoop) {
-  clock.AttachToTick(1, &a, false);
+TEST_F(ClockTest, AStepCallsListenersThenServiceFunctionsAndSaysWhetherSomethingWasDue) {
+  clock.AttachToTick(2, &a, false);
   clock.service().GoFunction(
-      0, [&](int) { log.push_back("service"); }, false, 0);
-  clock.AdvanceOneTick();
-  EXPECT_THAT(log, ElementsAre("a@1"));
-  EXPECT_TRUE(clock.ServiceIsDue());
-  clock.HandleTickListeners();
-  EXPECT_THAT(log, ElementsAre("a@1", "service"));
-  EXPECT_FALSE(clock.ServiceIsDue());
+      32, [&](int) { log.push_back("service"); }, false, 0);  // 2.048 ticks
+  EXPECT_FALSE(clock.AdvanceOneTick());
+  EXPECT_FALSE(clock.TakeQuietStep());
+  EXPECT_EQ(clock.ticks(), 1u);
+  EXPECT_TRUE(clock.AdvanceOneTick());
+  EXPECT_THAT(log, ElementsAre("a@2", "service"));
+  EXPECT_TRUE(clock.TakeQuietStep());
+  EXPECT_EQ(clock.ticks(), 3u);
+  clock.ReportEveryStep();
+  EXPECT_FALSE(clock.TakeQuietStep());
+  EXPECT_TRUE(clock.AdvanceOneTick());
+  EXPECT_TRUE(clock.AdvanceOneTick());
 }
 
 // --- Attaching again -----------------------------------------------------------------------------
@@ -136,6 +141,14 @@ TEST(VirtualTime, DelaysTruncateToTicks) {
     EXPECT_EQ(TicksFromNanoseconds(c.nanoseconds, c.hz), c.ticks) << c.nanoseconds << " " << c.hz;
   }
   EXPECT_EQ(TruncateToTicks(9'223'372'036'854'775'808.0), 1ul << 63);
+}
+
+TEST_F(ClockTest, ADelayBeyondTheLastTickNeverEnds) {
+  clock.SetFrequency(2'000'000'000);
+  clock.Tickrement(5);
+  clock.AttachToTime(~0ul, &a);
+  clock.Tickrement(5);
+  EXPECT_THAT(log, IsEmpty());
 }
 
 TEST_F(ClockTest, DoublingTheFrequencyDoublesTheDistanceOfByTimeListenersOnly) {

@@ -118,6 +118,20 @@ TEST_F(DerivedClockTest, ANewDivisionFactorKeepsTheCountAndMovesWhoWaits) {
   EXPECT_THAT(log, ElementsAre("by_tick@10", "source@75", "by_time@15", "source@100"));
 }
 
+TEST_F(DerivedClockTest, ANewDivisionFactorMovesByTheRatioOfTheFactorsAndCountsNothingAtOnce) {
+  DerivedClock clock(&source, 3, true, "div", false);
+  TickRecorder by_time("by_time", &log);
+  clock.AttachToTick(1000, &by_time, true);
+  clock.SetDivisionFactor(6);  // 64 MHz / 3 and / 6 are no whole hertz
+  source.Tickrement(3000);
+  EXPECT_THAT(log, ElementsAre("by_time@500"));
+  source.Tickrement(5);
+  clock.SetDivisionFactor(2);
+  EXPECT_EQ(clock.TickCount(), 500u);
+  source.Tickrement(1);
+  EXPECT_EQ(clock.TickCount(), 501u);
+}
+
 TEST_F(DerivedClockTest, ADividedClockHasNoFrequencyOfItsOwnAndNoFactorZero) {
   DerivedClock clock(&source, 2, true, "div", false);
   try {
@@ -127,6 +141,7 @@ TEST_F(DerivedClockTest, ADividedClockHasNoFrequencyOfItsOwnAndNoFactorZero) {
     EXPECT_EQ(error.message(), "Cannot set frequency of a clock which not have a fixed frequency");
   }
   EXPECT_THROW(clock.SetDivisionFactor(0), OrvoError);
+  clock.UpdateInput(5, 0);
   EXPECT_EQ(clock.GetFrequency(), 32'000'000u);
 }
 

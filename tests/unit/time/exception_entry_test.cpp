@@ -108,7 +108,7 @@ TEST_F(ExceptionEntryTest, OnlyTheRunningExceptionIsComparedNotEveryActiveOne) {
 // --- Frame and EXC_RETURN ------------------------------------------------------------------------
 
 TEST_F(ExceptionEntryTest, TheFrameHoldsTheCallerSavedRegistersUpwards) {
-  registers.xpsr() = xpsr::kC | 0x01000000;
+  registers.set_xpsr(xpsr::kC | 0x01000000);
   registers.lr() = 0x1234;
   for (unsigned n = 0; n <= 12; ++n) registers.r(n) = 0x100 + n;
   Enable(7, 0x20);
@@ -251,7 +251,7 @@ TEST_F(ExceptionEntryTest, EachReturnUnstacksAndTheNextExceptionStacksAnew) {
 
 TEST_F(ExceptionEntryTest, TheItStateIsStackedAndClearedAndComesBackWithTheReturn) {
   constexpr unsigned kItOf0x55 = 1u << 25 | 0x15u << 10;  // IT[1:0] and IT[7:2]
-  registers.xpsr() = kItOf0x55 | xpsr::kZ;
+  registers.set_xpsr(kItOf0x55 | xpsr::kZ);
   Enable(1);
   Raise(1);
   Step();
@@ -410,6 +410,14 @@ TEST_F(ExceptionEntryTest, AFaultDuringTheStackingDoesNotTakeThePlaceOfItsExcept
   EXPECT_TRUE(interrupts.IsPending(kMemManage));
   EXPECT_TRUE(Step());
   testing::internal::GetCapturedStderr();
+  EXPECT_EQ(Running(), kMemManage);
+  // The stacking of the fault faults too: that one waits for the return.
+  EXPECT_FALSE(Step());
+  registers.SetSP(kStackTop - 32);
+  mcu.memory().set<false>(kStackTop - 4, 5 + 16);  // xPSR
+  Return();
+  EXPECT_EQ(Running(), 5);
+  EXPECT_TRUE(Step());
   EXPECT_EQ(Running(), kMemManage);
   EXPECT_TRUE(*interrupts.pending_empty());
 }

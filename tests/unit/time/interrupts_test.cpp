@@ -138,7 +138,7 @@ TEST_F(InterruptsTest, ResetForgetsWhatIsPendingOrActiveAndKeepsWhatIsEnabled) {
   EXPECT_EQ(Interrupts::mode_, kThreadMode);
   EXPECT_EQ(interrupts.ExceptionActiveCount(), 0);
   EXPECT_TRUE(*interrupts.pending_empty());
-  registers.xpsr() = 0;
+  registers.set_xpsr(0);
   Raise(2);
   EXPECT_TRUE(Step());
 }

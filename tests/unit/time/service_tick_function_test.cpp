@@ -78,6 +78,22 @@ TEST_F(ServiceTickFunctionTest, AnIdThatWasGivenAgainBelongsToTheLaterFunction) 
   EXPECT_EQ(log.size(), 1u);
 }
 
+TEST_F(ServiceTickFunctionTest, ARepeatingFunctionMayGiveItselfAnotherIntervalAndEndItself) {
+  int calls = 0;
+  const auto change = [&](int id) {
+    Note("r")(id);
+    const GoFunctionData data = service.CancelFunction(id);
+    if (++calls == 1) {
+      service.GoFunction(2000, data.function, true, id);
+    } else {
+      EXPECT_THROW(service.CancelFunction(id), OrvoError);
+    }
+  };
+  service.GoFunction(1000, change, true, 7);
+  clock.Tickrement(1000);
+  EXPECT_THAT(log, ElementsAre("r7@64", "r7@192"));
+}
+
 TEST_F(ServiceTickFunctionTest, AFunctionMaySetUpTheNextOneAtTheSameTick) {
   service.GoFunction(
       1000, [&](int) { service.GoFunction(0, Note("nested"), false, 0); }, false, 0);
