@@ -2,9 +2,7 @@
 // event; and what an event costs from its store to its task.
 #include <benchmark/benchmark.h>
 
-#include "config/scenario_file_handler.h"
-#include "mcu/nrf52.h"
-#include "wires/wire_manager.h"
+#include "unit/nrf52/chip_bench.h"
 
 namespace orvo {
 namespace {
@@ -14,19 +12,13 @@ constexpr unsigned kBlock = 0x40013000;       // LPCOMP
 constexpr unsigned kEvent = 0x100;
 constexpr unsigned kPpi = 0x4001F000;
 
-struct Chip {
+struct Chip : Bench832 {
   Chip() {
-    mcu.CreateMemorySections();
-    mcu.SetFrequency();
-    mcu.memory().set<false>(kPpi + 0x510, kBlock + kEvent);  // CH[0].EEP
-    mcu.memory().set<false>(kPpi + 0x514, 0x20000000);       // CH[0].TEP: a word of RAM
-    mcu.memory().set<false>(kPpi + 0x504, 1);                // CHENSET
+    Set(kPpi + 0x510, kBlock + kEvent);  // CH[0].EEP
+    Set(kPpi + 0x514, 0x20000000);       // CH[0].TEP: a word of RAM
+    Set(kPpi + 0x504, 1);                // CHENSET
   }
   MemorySection& Block(unsigned address) { return *mcu.memory().LookUpSection(address); }
-
-  ScenarioFileHandler scenario;
-  WireManager wires{nullptr, 200, false, true};
-  Nrf52832 mcu{scenario, &wires, nullptr};
 };
 
 // The yardstick: a store that tells nobody.

@@ -1,11 +1,11 @@
 # Firmware images for the simulated chips, cross-compiled by custom commands beside the host build.
 #
 # orvo_firmware(NAME PROGRAM file.c [SOURCES file.c ...] [OPT -O2] [FLOAT hard|soft]
-#               [CHIP nrf52832] [DEFINES A=1 ...])
+#               [CPU cortex-m4] [CHIP nrf52832] [DEFINES A=1 ...])
 #
 # builds NAME.elf, NAME.bin and NAME.hex in ORVO_FIRMWARE_DIR as part of the target `firmware`.
 # CHIP names a linker script of firmware/boot/. The start-up code and the drivers are compiled once
-# for each kind of float and board.
+# for each kind of float, core and board.
 find_program(ARM_GCC arm-none-eabi-gcc)
 find_program(ARM_OBJCOPY arm-none-eabi-objcopy)
 if(NOT ARM_GCC OR NOT ARM_OBJCOPY)
@@ -29,20 +29,19 @@ set(ORVO_FIRMWARE_mps2 drivers/mps2.c)
 
 # -Wno-attributes: GCC warns that an interrupt handler might use the FPU; ours do not.
 set(ORVO_FIRMWARE_FLAGS
-    -std=gnu11 -mcpu=cortex-m4 -mthumb -Wall -Wextra -Wshadow -Werror -Wno-attributes
+    -std=gnu11 -mthumb -Wall -Wextra -Wshadow -Werror -Wno-attributes
     -ffunction-sections -fdata-sections -I${ORVO_FIRMWARE_SOURCE_DIR})
 set(ORVO_FIRMWARE_FLOAT_hard -mfloat-abi=hard -mfpu=fpv4-sp-d16)
 set(ORVO_FIRMWARE_FLOAT_soft -mfloat-abi=soft)
 
 # The linked, not yet located, start-up code and drivers of a family.
-function(_orvo_firmware_support output family float)
-  set(object ${ORVO_FIRMWARE_DIR}/support-${family}-${float}.o)
+function(_orvo_firmware_support output family float cpu)
+  set(name support-${family}-${float}-${cpu})
+  set(object ${ORVO_FIRMWARE_DIR}/${name}.o)
   set(${output} ${object} PARENT_SCOPE)
-  get_property(known GLOBAL PROPERTY orvo_firmware_${family}_${float})
-  if(known)
+  if(TARGET firmware_${name})
     return()
   endif()
-  set_property(GLOBAL PROPERTY orvo_firmware_${family}_${float} TRUE)
   list(TRANSFORM ORVO_FIRMWARE_COMMON PREPEND ${ORVO_FIRMWARE_SOURCE_DIR}/ OUTPUT_VARIABLE sources)
   foreach(source ${ORVO_FIRMWARE_${family}})
     list(APPEND sources ${ORVO_FIRMWARE_SOURCE_DIR}/${source})
@@ -50,38 +49,39 @@ function(_orvo_firmware_support output family float)
   add_custom_command(
     OUTPUT ${object}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${ORVO_FIRMWARE_DIR}
-    COMMAND ${ARM_GCC} ${ORVO_FIRMWARE_FLAGS} ${ORVO_FIRMWARE_FLOAT_${float}} -Os -r -nostdlib
-            ${sources} -o ${object}
+    COMMAND ${ARM_GCC} ${ORVO_FIRMWARE_FLAGS} -mcpu=${cpu} ${ORVO_FIRMWARE_FLOAT_${float}} -Os -r
+            -nostdlib ${sources} -o ${object}
     DEPENDS ${sources} ${ORVO_FIRMWARE_HEADERS}
-    COMMENT "Firmware: start-up code and drivers, ${family}, ${float} float"
+    COMMENT "Firmware: start-up code and drivers, ${family}, ${float} float, ${cpu}"
     VERBATIM)
-  add_custom_target(firmware_support_${family}_${float} DEPENDS ${object})
+  add_custom_target(firmware_${name} DEPENDS ${object})
 endfunction()
 
 function(orvo_firmware name)
-  cmake_parse_arguments(image "" "PROGRAM;OPT;FLOAT;CHIP" "DEFINES;SOURCES" ${ARGN})
-  foreach(default "OPT -O2" "FLOAT hard" "CHIP nrf52832")
+  cmake_parse_arguments(image "" "PROGRAM;OPT;FLOAT;CPU;CHIP" "DEFINES;SOURCES" ${ARGN})
+  foreach(default "OPT -O2" "FLOAT hard" "CPU cortex-m4" "CHIP nrf52832")
     string(REGEX MATCH "([^ ]+) (.+)" ignored ${default})
     if(NOT image_${CMAKE_MATCH_1})
       set(image_${CMAKE_MATCH_1} ${CMAKE_MATCH_2})
     endif()
   endforeach()
   string(REGEX MATCH "nrf52|mps2" family ${image_CHIP})
-  _orvo_firmware_support(support ${family} ${image_FLOAT})
+  _orvo_firmware_support(support ${family} ${image_FLOAT} ${image_CPU})
   cmake_path(ABSOLUTE_PATH image_PROGRAM BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
   list(TRANSFORM image_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   list(TRANSFORM image_DEFINES PREPEND -D)
   set(stem ${ORVO_FIRMWARE_DIR}/${name})
   add_custom_command(
     OUTPUT ${stem}.elf ${stem}.bin ${stem}.hex
-    COMMAND ${ARM_GCC} ${ORVO_FIRMWARE_FLAGS} ${ORVO_FIRMWARE_FLOAT_${image_FLOAT}} ${image_OPT}
-            ${image_DEFINES} ${image_PROGRAM} ${image_SOURCES} ${support} -nostartfiles
-            --specs=nano.specs -u _printf_float -lm -Wl,--gc-sections
-            -L${ORVO_FIRMWARE_SOURCE_DIR}/boot -T ${image_CHIP}.ld -o ${stem}.elf
+    COMMAND ${ARM_GCC} ${ORVO_FIRMWARE_FLAGS} -mcpu=${image_CPU}
+            ${ORVO_FIRMWARE_FLOAT_${image_FLOAT}} ${image_OPT} ${image_DEFINES} ${image_PROGRAM}
+            ${image_SOURCES} ${support} -nostartfiles --specs=nano.specs -u _printf_float -lm
+            -Wl,--gc-sections -L${ORVO_FIRMWARE_SOURCE_DIR}/boot -T ${image_CHIP}.ld -o
+            ${stem}.elf
     COMMAND ${ARM_OBJCOPY} -O binary ${stem}.elf ${stem}.bin
     COMMAND ${ARM_OBJCOPY} -O ihex ${stem}.elf ${stem}.hex
     DEPENDS ${image_PROGRAM} ${image_SOURCES} ${support}
-            firmware_support_${family}_${image_FLOAT} ${ORVO_FIRMWARE_HEADERS}
+            firmware_support-${family}-${image_FLOAT}-${image_CPU} ${ORVO_FIRMWARE_HEADERS}
             ${ORVO_FIRMWARE_SCRIPTS}
     COMMENT "Firmware: ${name}"
     VERBATIM)

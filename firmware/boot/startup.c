@@ -38,6 +38,12 @@ __attribute__((section(".vectors"), used)) static const Vector vectors[] = {
     {power_clock_handler},
     {0},
     {uarte0_uart0_handler},
+    {0},
+    {0},
+    {0},
+    {gpiote_handler},
+    {0},
+    {timer0_handler},
 };
 
 void _exit(int status) { firmware_done(status); }

@@ -15,6 +15,8 @@ OPTIONAL_HANDLER(pendsv_handler);
 OPTIONAL_HANDLER(systick_handler);
 OPTIONAL_HANDLER(power_clock_handler);
 OPTIONAL_HANDLER(uarte0_uart0_handler);
+OPTIONAL_HANDLER(gpiote_handler);
+OPTIONAL_HANDLER(timer0_handler);
 
 #undef OPTIONAL_HANDLER
 

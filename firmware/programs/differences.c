@@ -48,6 +48,18 @@ static uint32_t smlal_high(uint32_t low, uint32_t high, uint32_t a, uint32_t b) 
   return high;
 }
 
+// x < 0 ? a : b as GCC's if-conversion writes it, with C as it was before.
+static uint32_t if_negative(uint32_t x, uint32_t a, uint32_t b, uint32_t carry) {
+  __asm("lsrs %3, %3, #1\n\t"
+        "ands %1, %1, %0, asr #32\n\t"
+        "it cc\n\t"
+        "movcc %1, %2"
+        : "+r"(x), "+&r"(a), "+r"(b), "+&r"(carry)
+        :
+        : "cc");
+  return a;
+}
+
 static uint32_t from_float(float value) {
   uint32_t r;
   __asm("vcvt.u32.f32 %1, %1\n\tvmov %0, %1" : "=r"(r), "+t"(value));
@@ -95,6 +107,9 @@ int main(void) {
   LINE("revsh of 0x00000100", revsh(0x100 | zero));
   LINE("smlal high of 0x80000000 + 0", smlal_high(0x80000000 | zero, 0, 0, 0));
   LINE("smlal high of 0x7fffffff + 0", smlal_high(0x7FFFFFFF | zero, 0, 0, 0));
+  LINE("-1 < 0 ? 1 : 2, C clear before", if_negative(0xFFFFFFFF | zero, 1, 2, 0));
+  LINE("-1 < 0 ? 1 : 2, C set before", if_negative(0xFFFFFFFF | zero, 1, 2, 1));
+  LINE("1 < 0 ? 1 : 2, C set before", if_negative(1 | zero, 1, 2, 1));
   LINE("vcvt.u32 of 3e9", from_float(3.0e9f + (float)zero));
   LINE("vcvt.u32 of -1", from_float(-1.0f + (float)zero));
   LINE("vcvt.u32 of 2e9", from_float(2.0e9f + (float)zero));

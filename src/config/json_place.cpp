@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <set>
 #include <utility>
 
 #include "runner/errors.h"
@@ -130,10 +131,17 @@ nlohmann::json ReadJsonFile(const std::string& path) {
   errno = 0;
   std::ifstream file(path);
   if (!file) throw UserError(path + ": can't be opened: " + std::strerror(errno));
-  // The library's errors name line and column; reading a directory ends here too.
-  const auto accept = [&](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
+  // The library's errors name line and column; reading a directory ends here too. Of two equal keys
+  // it would take the last in silence.
+  using Event = nlohmann::json::parse_event_t;
+  std::vector<std::set<std::string>> keys;  // of the objects that are open
+  const auto accept = [&](int depth, Event event, nlohmann::json& value) {
     if (depth > kDeepest)
       throw UserError("nested deeper than " + std::to_string(kDeepest) + " levels");
+    if (event == Event::object_start) keys.emplace_back();
+    if (event == Event::object_end) keys.pop_back();
+    if (event == Event::key && !keys.back().insert(value).second)
+      throw UserError("the key " + value.dump() + " stands twice in one object");
     return true;
   };
   try {

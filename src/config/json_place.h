@@ -33,14 +33,17 @@ class JsonPlace {
   const nlohmann::json& Array() const;
   // A string as it is; a number as text formatted with "%f".
   std::string Text() const;
+  // The level of a pin: true, or a number that isn't 0.
+  bool Level() const { return value_.is_boolean() ? Bool() : Number() != 0; }
 
   const nlohmann::json& value() const { return value_; }
   const std::string& document() const { return document_; }
+  // Where this stands: "board.json: components[2].name".
+  std::string Place() const;
   // Reports this place with what was expected there.
   [[noreturn]] void Fail(const std::string& expected) const;
 
  private:
-  std::string Place() const;
   // Throws unless the value is an integer from lowest to highest.
   template <class T>
   T Integer(T lowest, T highest) const;

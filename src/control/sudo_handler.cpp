@@ -27,10 +27,6 @@ unsigned long Nanoseconds(const JsonPlace& command) {
   return TruncateToTicks(place.Number());
 }
 
-bool Level(const JsonPlace& level) {
-  return level.value().is_boolean() ? level.Bool() : level.Number() != 0;
-}
-
 }  // namespace
 
 SudoHandler::SudoHandler(Mcu* mcu, std::string name, unsigned start, unsigned size_bytes,
@@ -102,12 +98,12 @@ void SudoHandler::Pause(const JsonPlace&) { mcu_->PauseCommand(true); }
 // The command itself is the table of pins: "pin_number" may be a wire, "vdd", "gnd", or the name of
 // a pin of the board.
 void SudoHandler::SetPinLevel(const JsonPlace& command) {
-  const unsigned wire = Wires().GetPinWire(kPinNum, command.value());
-  Wires().SetWireLevel(wire, Level(command[kPinLevel]), wire, false, nullptr, false);
+  const unsigned wire = Wires().GetPinWireOf(command, kPinNum);
+  Wires().SetWireLevel(wire, command[kPinLevel].Level(), wire, false, nullptr, false);
 }
 
 void SudoHandler::GetPinLevel(const JsonPlace& command) {
-  const unsigned wire = Wires().GetPinWire(kPinNum, command.value());
+  const unsigned wire = Wires().GetPinWireOf(command, kPinNum);
   Respond({{kDescription, kValueResponse}, {kValue, Wires().GetWireLevel(wire)}});
 }
 

@@ -39,7 +39,8 @@ namespace branch_pair_detail {
 
 template <Function comparison, unsigned size_bytes, size_t... n>
 void Add(InstructionTable& table, std::index_sequence<n...>) {
-  table.AddBranchPairs(&Chained<comparison, size_bytes, false>, {nullptr, &WithBranch<comparison, size_bytes, n + 1>...});
+  table.AddBranchPairs(&Chained<comparison, size_bytes, false>,
+                       {nullptr, &WithBranch<comparison, size_bytes, n + 1>...});
 }
 
 }  // namespace branch_pair_detail

@@ -1,5 +1,6 @@
 #include "core/decoder.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -41,6 +42,17 @@ size_t BytesFrom(unsigned offset) {
   return offset < flash_size ? flash_size - offset : 0;
 }
 
+// What stands where nothing decodes: a halfword, or both of a 32-bit encoding (ARMv7-M ARM, A5.1).
+Disassembly Undecodable(unsigned offset, unsigned pc) {
+  Disassembly word;
+  word.address = pc;
+  const size_t available = BytesFrom(offset);
+  if (available < 2) return word;
+  const size_t size_bytes = flash_memory_[offset + 1] >= 0xe8 ? 4 : 2;
+  std::copy_n(flash_memory_ + offset, std::min(available, size_bytes), word.bytes.begin());
+  return word;
+}
+
 Function DecoderOfMode(unsigned mode) {
   switch (mode) {
     case 0: return &DisasmblyInstruction<0>;
@@ -71,7 +83,8 @@ void PairWithComparison(unsigned offset, const my_insn_t& branch) {
     if (offset < size_bytes || tables_->instructions()[offset - size_bytes].size != size_bytes)
       continue;
     Function& entry = tables_->functions()[offset - size_bytes];
-    if (const BranchPairs* pairs = Instructions().FindBranchPairs(entry)) entry = (*pairs)[branch.cc];
+    const BranchPairs* pairs = Instructions().FindBranchPairs(entry);
+    if (pairs != nullptr) entry = (*pairs)[branch.cc];
   }
 }
 
@@ -115,6 +128,7 @@ void ReleaseDecodeTables() {
     mcu_->pc_offset_2_my_insn_struct = nullptr;
   }
   ForgetTracedInstructions();
+  chaining_allowed_ = false;
   tables_.reset();
   capstone_.reset();
 }
@@ -132,8 +146,7 @@ Function Decode() {
     FillRecord(disassembly, &record);
     shape = SettleShape(record, disassembly.parts.writeback);
   } else {
-    disassembly = {};
-    disassembly.address = pc;
+    disassembly = Undecodable(offset, pc);
     std::cerr << "Warning: invalid instruction at: 0x" << IntToHex(pc) << "\n";
   }
   const Variants* variants = Instructions().Find(key);

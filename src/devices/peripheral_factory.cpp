@@ -3,9 +3,13 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <string>
 
+#include "devices/adg1404.h"
 #include "devices/peripheral.h"
+#include "devices/short.h"
+#include "devices/simple_gpio_peripheral.h"
 #include "mcu/mcu.h"
 #include "runner/errors.h"
 
@@ -21,6 +25,11 @@ Peripheral* GetSudoPeripheral(const JsonPlace&, Mcu* mcu, WireManager&) {
   return mcu->memory().GetSectionByName(kSudo);
 }
 
+template <class Device>
+Peripheral* Make(const JsonPlace& component, Mcu* mcu, WireManager& wires) {
+  return mcu->AddDevice(std::make_unique<Device>(mcu, wires, component));
+}
+
 // A class whose model isn't part of this build.
 constexpr Maker kNotBuiltIn = nullptr;
 
@@ -33,13 +42,13 @@ struct DeviceClass {
 constexpr DeviceClass kDeviceClasses[] = {
     {"IS25LP128",      kNotBuiltIn},
     {kSudo,            GetSudoPeripheral},
-    {"Button",         kNotBuiltIn},
+    {"Button",         Make<Button>},
     {"I2cMasterSdk",   kNotBuiltIn},
     {"I2cSlaveSdk",    kNotBuiltIn},
-    {"AnalogSensor",   kNotBuiltIn},
-    {"Short",          kNotBuiltIn},
+    {"AnalogSensor",   Make<AnalogSensor>},
+    {"Short",          Make<Short>},
     {"MockI2cDevice",  kNotBuiltIn},
-    {"ADG1404",        kNotBuiltIn},
+    {"ADG1404",        Make<ADG1404_internal>},
     {"BME280",         kNotBuiltIn},
     {"BMA280",         kNotBuiltIn},
     {"PCA9539A",       kNotBuiltIn},

@@ -6,11 +6,11 @@
 #include "peripherals/nrf52/ccm_handler.h"
 #include "peripherals/nrf52/ecb_handler.h"
 #include "peripherals/nrf52/ficr_handler.h"
+#include "peripherals/nrf52/gpio_handler.h"
+#include "peripherals/nrf52/gpiote_handler.h"
 #include "peripherals/nrf52/mwu_handler.h"
 #include "peripherals/nrf52/power_clock_handler.h"
 #include "peripherals/nrf52/ppi_handler.h"
-#include "peripherals/nrf52/registers/nrf52_gpio.h"
-#include "peripherals/nrf52/registers/nrf52_gpiote.h"
 #include "peripherals/nrf52/registers/nrf52_lpcomp.h"
 #include "peripherals/nrf52/registers/nrf52_nvmc.h"
 #include "peripherals/nrf52/registers/nrf52_pwm.h"
@@ -86,15 +86,15 @@ constexpr SectionRow kSections[] = {
     {"SystemControlBlock", 0xE0001000,    57152, Make<SystemControlBlockHandler>},
     {"FICR",               0x10000000,     4096, Make<FICRHandler>,        "", kFicrValues},
     {"UICR",               0x10001000,     4096, Make<UICRHandler>},
-    {"P0",                 0x50000000,    0x800, Make<Nrf52GPIO>},
-    {"P1",                 0x50000300,    0xD00, Make<Nrf52GPIO>},
+    {"P0",                 0x50000000,    0x800, Make<Nrf52GPIOHandler>},
+    {"P1",                 0x50000300,    0xD00, Make<Nrf52GPIOHandler>},
     {"POWER_CLOCK",        0x40000000,     4096, Make<PowerClockHandler>,  "POWER_CLOCK"},
     {"RADIO",              0x40001000,     4096, Make<Nrf52RADIO>,         "RADIO"},
-    {"UARTE",              0x40002000,     4096, Make<UartHandler>,         "UARTE0_UART0"},
+    {"UARTE",              0x40002000,     4096, Make<UartHandler>,        "UARTE0_UART0"},
     {"SPIM_TWIM0",         0x40003000,     4096, Make<Nrf52SPIM_TWIM>,     kSerial0},
     {"SPIM_TWIM1",         0x40004000,     4096, Make<Nrf52SPIM_TWIM>,     kSerial1},
     {"NFCT",               0x40005000,     4096, Unimplemented},
-    {"GPIOTE",             0x40006000,     4096, Make<Nrf52GPIOTE>,        "GPIOTE"},
+    {"GPIOTE",             0x40006000,     4096, Make<GPIOTEHandler>,      "GPIOTE"},
     {"SAADC",              0x40007000,     4096, Make<Nrf52SAADC>,         "SAADC"},
     {"TIMER0",             0x40008000,     4096, Make<TimerHandler>,       "TIMER0"},
     {"TIMER1",             0x40009000,     4096, Make<TimerHandler>,       "TIMER1"},

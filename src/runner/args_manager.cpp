@@ -129,6 +129,7 @@ bool ArgsManager::Parse(int argc, char** argv) {
       {"g,gdb",                 "Run with dgb flag", To(gdb)},
       {"gpio",                  "Print gpio change level events", To(gpio)},
       {"sdk-port",              "Select port (default is 8000, 0 will generate a random free port)", NumberTo("sdk-port", sdk_port)},
+      {"vcd",                   "Write the waveforms of the pins to a file", To(vcd)},
       {"code-coverage",         "Create code coverage report", To(code_coverage)},
       {"t,trace",               "Print traces (regs/interrupts/functions)", To(trace)},
       {"trace-dest",            "Forwards the trace report to a destination file", To(trace_dest)},

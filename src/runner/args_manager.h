@@ -34,6 +34,7 @@ class ArgsManager {
   std::string output = "/dev/null";
   std::string trace;
   std::string trace_dest;
+  std::string vcd;
   std::string input_dump;
   std::string uart_output;
   std::string objdump;

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "analysis/vcd_writer.h"
 #include "config/configuration_file_handler.h"
 #include "config/scenario_file_handler.h"
 #include "control/connection_manager.h"
@@ -40,6 +41,7 @@ class Simulation {
   Simulation& operator=(const Simulation&) = delete;
   ~Simulation() {
     program_.reset();
+    vcd_.reset();
     mcu_.reset();
     wires_.reset();
     connection_.reset();
@@ -54,6 +56,7 @@ class Simulation {
     wires_ = std::make_unique<WireManager>(connection_.get(), kWireCount, args.gpio, false);
     scenario_->Init("scenario.json");
     mcu_ = CreateMcu(args.mcu, *scenario_, wires_.get(), connection_.get());
+    if (!args.vcd.empty()) vcd_ = std::make_unique<VcdWriter>(args.vcd, *mcu_);
     // A run that was ended before the connection listened must not wait for a client.
     const bool wait = args.wait_for_connection && !OrvoSignals::Get().terminate.WasEmitted();
     connection_->Start(args.sdk_port, wait);
@@ -68,6 +71,7 @@ class Simulation {
   std::unique_ptr<ConnectionManager> connection_;
   std::unique_ptr<WireManager> wires_;
   std::unique_ptr<Mcu> mcu_;
+  std::unique_ptr<VcdWriter> vcd_;
   std::unique_ptr<Program> program_;
 };
 

@@ -1,14 +1,11 @@
 // The traffic between the board's wires and those inside the chip.
 #include "wires/gpio_base.h"
 
-#include <charconv>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "config/configuration_file_handler.h"
-#include "runner/errors.h"
+#include "wires/port_pins.h"
 
 namespace orvo {
 
@@ -99,21 +96,9 @@ GPIOBase::~GPIOBase() {
 void GPIOBase::InitPinManager(ConnectionManager* connection, unsigned pin_count,
                               pin_direction_t direction) {
   const char port_letter = port_name_.back();
-  // Deliberate: a pin that the board doesn't name sits on wire 0.
-  std::vector<unsigned> wires(pin_count, 0);
-  const nlohmann::json pins = ConfigurationFileHandler::Get().GetConfigPins();
-  for (const auto& [key, value] : pins.items()) {
-    if (key.empty() || key.front() != port_letter) continue;
-    const unsigned wire = board_wires_->GetPinWire(key, pins);
-    board_wires_->AddPinName(key, wire);
-    unsigned pin = 0;
-    const auto [end, error] = std::from_chars(key.data() + 1, key.data() + key.size(), pin);
-    if (error != std::errc() || end != key.data() + key.size() || pin >= pin_count) {
-      throw UserError("board.json: pins." + key + ": expected the letter of port " + port_name_ +
-                      " and a pin number below " + std::to_string(pin_count));
-    }
-    wires[pin] = wire;
-  }
+  const auto wires = PortWires(*board_wires_, pin_count, [=](const std::string& key) -> size_t {
+    return !key.empty() && key.front() == port_letter ? 1 : 0;
+  });
   pin_manager_ = std::make_unique<PinManager>(wires, board_wires_, connection, direction);
   for (unsigned pin = 0; pin < pin_count; ++pin) pin_manager_->AttachToPinData(this, pin);
 }

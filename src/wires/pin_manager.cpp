@@ -18,14 +18,11 @@ void PinManager::SetPinLevel(unsigned pin, bool level, bool silent,
 
 void PinManager::SetMultiplePinLevel(std::vector<WireChange>* changes, bool silent,
                                      Observer<WireLogicLevelEvent>* source) {
-  std::vector<WireChange> batch;
-  batch.reserve(changes->size());
-  for (const WireChange& change : *changes) {
-    const Pin& pin = pins_[change.pin_number];
-    if (pin.direction == kPinInput) continue;
-    batch.push_back({pin.wire, change.level, change.pin_number});
-  }
-  wire_manager_->SetMultipleWireLevel(&batch, silent, source, false);
+  std::erase_if(*changes, [this](const WireChange& change) {
+    return pins_[change.pin_number].direction == kPinInput;
+  });
+  for (WireChange& change : *changes) change.wire_number = pins_[change.pin_number].wire;
+  wire_manager_->SetMultipleWireLevel(changes, silent, source, false);
 }
 
 void PinManager::ForcePinLeveL(unsigned pin, bool level) {

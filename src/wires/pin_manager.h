@@ -16,7 +16,8 @@ class PinManager {
 
   // Does nothing while the pin is an input.
   void SetPinLevel(unsigned pin, bool level, bool silent, Observer<WireLogicLevelEvent>* source);
-  // The changes carry no wire numbers yet; those of input pins are left out, the rest is one batch.
+  // The changes carry no wire numbers yet: they get them here. Those of input pins are taken out,
+  // the rest is one batch.
   void SetMultiplePinLevel(std::vector<WireChange>* changes, bool silent,
                            Observer<WireLogicLevelEvent>* source);
   // Drives the wire whatever the direction: how the control connection and a scenario act on a pin.

@@ -155,12 +155,21 @@ void WireManager::DisconnectFromWireData(Observer<WireDataEvent>* observer, unsi
   data_observers_.Disconnect(observer, wire, pin);
 }
 
+void WireManager::Forget(const Observer<WireLogicLevelEvent>* observer) {
+  level_observers_.Forget(observer);
+}
+
 unsigned WireManager::GetPinWire(const std::string& name, const nlohmann::json& config) const {
-  const nlohmann::json& pins = config.contains("pins") ? config["pins"] : config;
-  if (!pins.contains(name)) throw UserError("board.json: Missing pin " + name);
-  const nlohmann::json& value = pins[name];
+  return GetPinWireOf(JsonPlace(config, "board.json"), name);
+}
+
+unsigned WireManager::GetPinWireOf(const JsonPlace& config, const std::string& name) const {
+  const JsonPlace pins = config.value().contains("pins") ? config["pins"] : config;
+  if (!pins.value().contains(name)) throw UserError("board.json: Missing pin " + name);
+  const JsonPlace pin = pins[name];
+  const nlohmann::json& value = pin.value();
   if (value.is_string()) {
-    const auto& text = value.get_ref<const std::string&>();
+    const std::string& text = pin.String();
     std::string lower = text;
     std::transform(lower.begin(), lower.end(), lower.begin(),
                    [](unsigned char c) { return std::tolower(c); });
@@ -168,9 +177,7 @@ unsigned WireManager::GetPinWire(const std::string& name, const nlohmann::json& 
     if (lower == "gnd") return kGnd;
     return Pin2Wire(text);
   }
-  if (!value.is_number_integer()) {
-    JsonPlace(value, "board.json", "pins." + name).Fail("a wire number or the name of a pin");
-  }
+  if (!value.is_number_integer()) pin.Fail("a wire number or the name of a pin");
   // Deliberate: the last two wires of the table are out of a board's reach.
   const unsigned long limit = wires_.size() - 2;
   if (!value.is_number_unsigned() || value.get<unsigned long>() >= limit) {

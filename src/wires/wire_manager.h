@@ -19,6 +19,7 @@
 namespace orvo {
 
 class ConnectionManager;
+class JsonPlace;
 
 class WireManager {
  public:
@@ -70,13 +71,25 @@ class WireManager {
   // On vdd and gnd the first logs a line and returns, the second throws.
   void ConnectToWireData(Observer<WireDataEvent>* observer, unsigned wire, unsigned pin);
   void DisconnectFromWireData(Observer<WireDataEvent>* observer, unsigned wire, unsigned pin);
+  // Ends all attachments of an observer that goes away.
+  void Forget(const Observer<WireLogicLevelEvent>* observer);
 
   // Resolves a pin of the board configuration: `config` or its member "pins" gives a wire number,
   // "vdd", "gnd", or the name of a pin that was named before. Throws UserError for anything else.
   unsigned GetPinWire(const std::string& name, const nlohmann::json& config) const;
+  // The same for a part of a document, which errors then name.
+  unsigned GetPinWireOf(const JsonPlace& config, const std::string& name) const;
   // Throws UserError for a name that AddPinName() never gave.
   unsigned Pin2Wire(const std::string& name) const;
   void AddPinName(const std::string& name, unsigned wire);
+  // The pins of the chip, by the names that AddPinName() gave.
+  const std::map<std::string, unsigned>& pin_names() const { return wire_of_pin_; }
+  // The pins of the devices, by device and pin. No board refers to them.
+  using DevicePins = std::map<std::string, std::map<std::string, unsigned>>;
+  void AddDevicePin(const std::string& device, const std::string& pin, unsigned wire) {
+    device_pins_[device][pin] = wire;
+  }
+  const DevicePins& device_pins() const { return device_pins_; }
 
   static bool IsSupply(unsigned wire) { return wire == kVdd || wire == kGnd; }
   // Throws OrvoError for vdd and gnd.
@@ -93,6 +106,7 @@ class WireManager {
   bool Apply(const WireChange& change, Observer<WireLogicLevelEvent>* source, bool keep_driver);
 
   std::map<std::string, unsigned> wire_of_pin_;
+  DevicePins device_pins_;
   bool print_;
   bool quiet_;
   std::vector<WireState> wires_;

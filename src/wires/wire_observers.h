@@ -1,7 +1,7 @@
 // Who listens on each wire, and the delivery of a batch of events to them.
 // Delivery follows the order of attachment. It works on a list of its own, so that an observer may
-// drive wires, attach and detach from within Update(); an observer that went away meanwhile isn't
-// called.
+// drive wires, attach and detach from within Update(). Who detaches meanwhile is still called, and
+// so must not be destroyed then.
 #pragma once
 
 #include <algorithm>
@@ -36,7 +36,13 @@ class WireObservers {
     if (place == attachments.end()) return;
     std::erase(place->pins, pin);
     if (place->pins.empty()) attachments.erase(place);
-    ++disconnections_;
+  }
+
+  // Disconnects the observer from all wires, on all its pins.
+  void Forget(const Observer<Event>* observer) {
+    for (std::vector<Attachment>& attachments : by_wire_) {
+      std::erase_if(attachments, [=](const Attachment& a) { return a.observer == observer; });
+    }
   }
 
   // Calls Update() once on every observer of the wires in the batch. Nobody hears its own event:
@@ -54,11 +60,7 @@ class WireObservers {
         }
       }
     }
-    const unsigned long disconnections = disconnections_;
-    for (Delivery& delivery : deliveries) {
-      if (disconnections_ != disconnections) DropDisconnected(delivery);
-      if (!delivery.events.empty()) delivery.observer->Update(&delivery.events);
-    }
+    for (Delivery& delivery : deliveries) delivery.observer->Update(&delivery.events);
   }
 
  private:
@@ -84,17 +86,7 @@ class WireObservers {
     return deliveries.emplace_back(Delivery{observer, {}}).events;
   }
 
-  void DropDisconnected(Delivery& delivery) {
-    std::erase_if(delivery.events, [&](const Event& event) {
-      std::vector<Attachment>& attachments = by_wire_[event.wire_number];
-      const auto place = Find(attachments, delivery.observer);
-      return place == attachments.end() ||
-             !std::count(place->pins.begin(), place->pins.end(), event.pin_number);
-    });
-  }
-
   std::vector<std::vector<Attachment>> by_wire_;
-  unsigned long disconnections_ = 0;  // so far
 };
 
 }  // namespace orvo

@@ -94,9 +94,6 @@ Comparable ComparabilityOfBranch(const Sample& sample) {
 bool IsUnpredictable(const Sample& sample) {
   const std::vector<Operand>& operands = sample.disassembly.operands;
   const std::string& key = sample.key;
-  // The source register stands twice in the encoding.
-  if (sample.code.size() == 2 && StartsWithAny(key, {"clz", "rbit", "rev"}))
-    return (sample.code[0] & 15) != (sample.code[1] & 15);
   if (StartsWithAny(key, {"bx_", "blx_"})) return (sample.code[0] & 7) != 0;
   const bool lists = StartsWithAny(key, {"ldm", "stm", "push", "pop"});
   if (lists && sample.code.size() == 2) {

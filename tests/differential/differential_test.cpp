@@ -12,35 +12,17 @@
 #include <iostream>
 #include <string_view>
 
-#include "comparability.h"
 #include "core/registers.h"
-#include "deliberate_differences.h"
 #include "engines.h"
 #include "random_state.h"
-#include "run_options.h"
 
 namespace orvo {
 namespace {
 
-constexpr size_t kSamplesPerKey = 60;
 constexpr unsigned kValuesPerCode = 25;  // cases with one piece of code
-
-using Samples = std::map<std::string, std::vector<Sample>>;
 
 class Differential : public testing::Test {
  protected:
-  Differential() : samples_(CollectSamples(random_, kSamplesPerKey)) {
-    for (const auto& [key, of_key] : samples_) {
-      for (const Sample& sample : of_key) {
-        const Comparable comparable = ComparabilityOf(sample);
-        if (IsBranch(comparable)) continue;
-        all_.push_back(&sample);
-        if (comparable == Comparable::kAnywhere && !HasDeliberateDifference(sample))
-          undisputed_.push_back(&sample);
-      }
-    }
-  }
-
   const Sample& Pick(const std::vector<const Sample*>& from) {
     return *from[random_() % from.size()];
   }
@@ -48,7 +30,7 @@ class Differential : public testing::Test {
   void Load(const std::vector<const Sample*>& instructions, Code code) {
     for (const Sample* sample : instructions)
       code.insert(code.end(), sample->code.begin(), sample->code.end());
-    engines_.Load(code, random_() % 2 == 0);
+    engines_.Load(code, random_() % 2 == 0, random_() % 2 == 0);
   }
 
   void Alone(const Sample& sample) {
@@ -71,7 +53,7 @@ class Differential : public testing::Test {
     std::vector<const Sample*> instructions;
     std::string what = "it " + std::to_string(condition) + "/" + std::to_string(mask);
     for (unsigned n = 0; n < length; ++n) {
-      instructions.push_back(&Pick(undisputed_));
+      instructions.push_back(&Pick(samples_.undisputed));
       what += "; " + Text(*instructions.back());
     }
     RunCode(it, instructions, length + 1, what);
@@ -82,7 +64,7 @@ class Differential : public testing::Test {
     std::string what = "sequence";
     const size_t length = 2 + random_() % 8;
     for (size_t n = 0; n < length; ++n) {
-      instructions.push_back(&Pick(undisputed_));
+      instructions.push_back(&Pick(samples_.undisputed));
       what += "; " + Text(*instructions.back());
     }
     RunCode({}, instructions, length, what);
@@ -115,30 +97,22 @@ class Differential : public testing::Test {
   RandomState values_{random_};
   // Literals come from random flash.
   Engines engines_{[this] { return static_cast<unsigned>(random_()); }};
-  Samples samples_;
-  std::vector<const Sample*> all_;
-  std::vector<const Sample*> undisputed_;  // anywhere, without deliberate differences
+  const Samples& samples_ = SamplesOfThisRun();
 };
 
 TEST_F(Differential, EveryKeyAloneInBlocksAndInSequences) {
-  std::cout << "seed " << run_options.seed << ", " << samples_.size() << " keys, " << all_.size()
-            << " encodings\n";
+  std::cout << "seed " << run_options.seed << ", " << samples_.by_key.size() << " keys, "
+            << samples_.straight.size() << " encodings\n";
   // The rest: conditional keys, keys that no encoding makes, and those with tests of their own.
-  ASSERT_GT(samples_.size(), 180u);
+  ASSERT_GT(samples_.by_key.size(), 180u);
   size_t next = 0;
   for (unsigned long round = 0; engines_.cases() < run_options.cases && engines_.mismatches() < 200;
        ++round) {
     switch (round % 4) {
       case 0:
-      case 1:
-        Alone(*all_[next++ % all_.size()]);
-        break;
-      case 2:
-        InBlock();
-        break;
-      case 3:
-        Sequence();
-        break;
+      case 1: Alone(*samples_.straight[next++ % samples_.straight.size()]); break;
+      case 2: InBlock(); break;
+      case 3: Sequence(); break;
     }
   }
   std::cout << engines_.cases() << " cases compared, " << engines_.refused()

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/decoder.h"
 #include "deliberate_differences.h"
 
 namespace orvo {
@@ -33,11 +34,10 @@ const unsigned char* Engines::Filled(const std::function<unsigned()>& fill) {
     OurFlash()[n] = static_cast<unsigned char>(half);
     OurFlash()[n + 1] = static_cast<unsigned char>(half >> 8);
   }
-  Oracle::PutOwnCode(OurFlash());
   return OurFlash();
 }
 
-void Engines::Load(const Code& code, bool on_odd_halfword) {
+void Engines::Load(const Code& code, bool on_odd_halfword, bool chained) {
   for (; !covered_.empty(); covered_.pop_back())
     WriteFlash(covered_.back().first, covered_.back().second.data(), covered_.back().second.size());
   code_address_ = (code_address_ & ~2u) + 64;
@@ -46,6 +46,8 @@ void Engines::Load(const Code& code, bool on_odd_halfword) {
   code_end_ = code_address_ + 2 * static_cast<unsigned>(code.size());
   covered_.emplace_back(code_address_,
                         std::vector(OurFlash() + code_address_, OurFlash() + code_end_));
+  AllowChaining(chained);
+  bench_.mcu().stop_pc = code_end_;
   bench_.Load(code, code_address_);
   oracle_.WriteCode(code_address_, OurFlash() + code_address_, code_end_ - code_address_);
 }
@@ -58,7 +60,7 @@ bool Engines::Write(unsigned address, const std::vector<unsigned char>& bytes) {
     std::copy(bytes.begin(), bytes.end(), oracle_.ram().begin() + offset);
     return true;
   }
-  if (address < 0x1000 || end > TestMcu::kFlashSizeBytes ||
+  if (end < address || end > TestMcu::kFlashSizeBytes ||
       (address < code_end_ && end > code_address_))
     return false;
   covered_.emplace_back(address, std::vector(OurFlash() + address, OurFlash() + end));
@@ -102,15 +104,14 @@ void Engines::Run(MachineState before, size_t steps, Stop stop, const Sample* si
   const bool straight = stop == Stop::kBehindTheCode;
   auto [expected, reached_end] =
       oracle_.Run(code_address_, straight ? code_end_ : Oracle::kNowhere);
-  const bool stayed = expected.pc >= code_address_ && expected.pc < code_end_;
-  if (straight ? !reached_end : stayed) {
+  if (straight ? !reached_end : IsInCode(expected.pc)) {
     ++refused_;
     std::copy_n(OurRam(), TestMcu::kRamSizeBytes, oracle_.ram().begin());
     return;
   }
   if (single != nullptr) ApplyDeliberateDifferences(*single, before, expected);
   WriteOurs(before);
-  for (size_t n = 0; n < steps; ++n) bench_.Step();
+  for (size_t n = 0; n < steps && IsInCode(bench_.pc()); ++n) bench_.Step();
   const MachineState ours = ReadOurs();
   ++cases_;
   if (single != nullptr && !CumulativeFlagsCompare(*single))

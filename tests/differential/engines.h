@@ -26,16 +26,17 @@ class Engines {
   // Flash starts with what `fill` gives for each halfword.
   explicit Engines(const std::function<unsigned()>& fill);
 
-  // Puts the code where the last one was or 64 bytes further, what it covered comes back.
-  void Load(const Code& code, bool on_odd_halfword);
+  // Puts the code 64 bytes behind the last one, on either half of a word; what the last one covered
+  // comes back. `chained`: instructions go on to the next one by themselves (core/chain.h).
+  void Load(const Code& code, bool on_odd_halfword, bool chained);
   unsigned code_address() const { return code_address_; }
   // Behind the code loaded last.
   unsigned code_end() const { return code_end_; }
   // Into RAM, or into flash until the next Load(). False where there is neither, or the code.
   bool Write(unsigned address, const std::vector<unsigned char>& bytes);
 
-  // One case with the code, which has so many steps. `single`: the instruction whose deliberate
-  // differences apply, null for none.
+  // One case with the code, which has at most so many steps. `single`: the instruction whose
+  // deliberate differences apply, null for none.
   void Run(MachineState before, size_t steps, Stop stop, const Sample* single,
            const std::string& what);
 
@@ -49,6 +50,7 @@ class Engines {
   unsigned char* OurRam() { return bench_.memory().GetSectionByName("Data RAM")->bytes(); }
   const unsigned char* Filled(const std::function<unsigned()>& fill);
   void WriteFlash(unsigned address, const unsigned char* bytes, size_t count);
+  bool IsInCode(unsigned pc) const { return pc >= code_address_ && pc < code_end_; }
   void WriteOurs(const MachineState& state);
   MachineState ReadOurs();
   void Report(const MachineState& before, const std::string& what, const std::string& difference);

@@ -10,12 +10,11 @@ namespace orvo {
 namespace {
 
 constexpr unsigned kFlashStart = 0;
+constexpr unsigned kWritesPerFlush = 1000;
 // Coprocessors 10 and 11, the floating point unit, with full access.
 constexpr unsigned kCpacrFpu = 0xfu << 20;
 
-constexpr unsigned kOpeningAddress = 0x100;
-constexpr unsigned kNopsAddress = 0x200;
-constexpr unsigned char kFourNops[] = {0x00, 0xbf, 0x00, 0xbf, 0x00, 0xbf, 0x00, 0xbf};
+constexpr unsigned kThumb = 1u << 24;  // of xPSR
 constexpr unsigned char kVmov[] = {0xb0, 0xee, 0x40, 0x0a};  // vmov.f32 s0, s0
 
 void Check(uc_err error, const char* what) {
@@ -43,11 +42,6 @@ RegisterNames to_read(UC_ARM_REG_APSR);
 
 }  // namespace
 
-void Oracle::PutOwnCode(unsigned char* flash) {
-  std::copy_n(kVmov, sizeof(kVmov), flash + kOpeningAddress);
-  std::copy_n(kFourNops, sizeof(kFourNops), flash + kNopsAddress);
-}
-
 Oracle::Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_start, size_t ram_bytes)
     : flash_(flash, flash + flash_bytes), ram_(ram_bytes) {
   Check(uc_open(UC_ARCH_ARM, static_cast<uc_mode>(UC_MODE_THUMB | UC_MODE_MCLASS), &engine_),
@@ -59,8 +53,10 @@ Oracle::Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_star
   unsigned cpacr = kCpacrFpu;
   Check(uc_reg_write(engine_, UC_ARM_REG_C1_C0_2, &cpacr), "CPACR");
   // The first floating point instruction opens a context and resets FPSCR: let it be this one.
-  if (!Run(kOpeningAddress, kOpeningAddress + sizeof(kVmov)).reached_end)
-    throw std::runtime_error("no floating point");
+  const std::vector<unsigned char> covered(flash_.begin(), flash_.begin() + sizeof(kVmov));
+  WriteCode(kFlashStart, kVmov, sizeof(kVmov));
+  Check(uc_emu_start(engine_, kFlashStart | 1, kFlashStart + sizeof(kVmov), 0, 0), "vmov");
+  WriteCode(kFlashStart, covered.data(), covered.size());
 }
 
 Oracle::~Oracle() { uc_close(engine_); }
@@ -68,6 +64,9 @@ Oracle::~Oracle() { uc_close(engine_); }
 void Oracle::WriteCode(unsigned address, const unsigned char* bytes, size_t count) {
   std::copy_n(bytes, count, flash_.begin() + address);
   Check(uc_ctl_remove_cache(engine_, address, address + count), "remove cache");
+  // Removed translations keep their room until all are thrown away, and without room the library
+  // crashes.
+  if (++writes_ % kWritesPerFlush == 0) Check(uc_ctl_flush_tlb(engine_), "flush");
 }
 
 void Oracle::WriteState(const MachineState& state) {
@@ -78,6 +77,8 @@ void Oracle::WriteState(const MachineState& state) {
   words[16] = state.fpscr;
   std::copy(state.s.begin(), state.s.end(), words + 17);
   for (int n = 0; n < kRegisterCount; ++n) pointers[n] = &words[n];
+  // Closes an IT block that a run left in the middle.
+  Check(uc_reg_write(engine_, UC_ARM_REG_XPSR, &kThumb), "write xPSR");
   Check(uc_reg_write_batch(engine_, to_write.ids, pointers, kRegisterCount), "write registers");
 }
 
@@ -98,10 +99,7 @@ MachineState Oracle::ReadState() {
 
 Oracle::Outcome Oracle::Run(unsigned pc, unsigned end) {
   const bool reached_end = uc_emu_start(engine_, pc | 1, end, 0, 0) == UC_ERR_OK;
-  const MachineState state = ReadState();
-  // An IT block that was left in the middle must not reach into the next run.
-  if (!reached_end) uc_emu_start(engine_, kNopsAddress | 1, kNopsAddress + sizeof(kFourNops), 0, 0);
-  return {state, reached_end};
+  return {ReadState(), reached_end};
 }
 
 }  // namespace orvo

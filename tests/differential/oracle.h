@@ -15,8 +15,6 @@ class Oracle {
   // An end that is never reached.
   static constexpr unsigned kNowhere = 0xfffffffe;
 
-  // Code that the engine runs for itself, below 0x1000: put into flash before both engines get it.
-  static void PutOwnCode(unsigned char* flash);
   // The memory that both engines start with; throws std::runtime_error if the library fails.
   Oracle(const unsigned char* flash, size_t flash_bytes, unsigned ram_start, size_t ram_bytes);
   ~Oracle();
@@ -39,6 +37,7 @@ class Oracle {
   MachineState ReadState();
 
   uc_struct* engine_ = nullptr;
+  unsigned writes_ = 0;
   std::vector<unsigned char> flash_;
   std::vector<unsigned char> ram_;
 };

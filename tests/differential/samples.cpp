@@ -1,8 +1,11 @@
 #include "samples.h"
 
+#include <random>
+
 #include "comparability.h"
 #include "core/decoder.h"
 #include "core/instruction_table.h"
+#include "deliberate_differences.h"
 
 namespace orvo {
 namespace {
@@ -19,9 +22,9 @@ constexpr unsigned short kRare[][2] = {
     {0xe8df, 0xf001}, {0xe8df, 0xf00c}, {0xe8df, 0xf012}, {0xe8df, 0xf01e}, {0xe8d1, 0xf002},
     {0xe8d7, 0xf018}};
 
-}  // namespace
+constexpr size_t kSamplesPerKey = 60;
 
-std::map<std::string, std::vector<Sample>> CollectSamples(std::mt19937_64& random, size_t per_key) {
+std::map<std::string, std::vector<Sample>> CollectSamples(std::mt19937_64 random) {
   std::map<std::string, std::vector<Sample>> samples;
   CapstoneResolver resolver;
   std::map<std::string, size_t> seen;
@@ -42,9 +45,9 @@ std::map<std::string, std::vector<Sample>> CollectSamples(std::mt19937_64& rando
     const std::string group = sample.key + (IsBranch(comparable) ? " of pc" : "");
     std::vector<Sample>& kept = samples[group];
     const size_t number = seen[group]++;
-    if (kept.size() < per_key) {
+    if (kept.size() < kSamplesPerKey) {
       kept.push_back(std::move(sample));
-    } else if (const size_t place = random() % (number + 1); place < per_key) {
+    } else if (const size_t place = random() % (number + 1); place < kSamplesPerKey) {
       kept[place] = std::move(sample);
     }
   };
@@ -56,6 +59,26 @@ std::map<std::string, std::vector<Sample>> CollectSamples(std::mt19937_64& rando
   }
   for (const auto& rare : kRare) consider(rare[0], rare[1], true);
   return samples;
+}
+
+}  // namespace
+
+const Samples& SamplesOfThisRun() {
+  static const Samples all = [] {
+    Samples samples{CollectSamples(std::mt19937_64(run_options.seed)), {}, {}, {}, {}};
+    for (const auto& [key, of_key] : samples.by_key) {
+      for (const Sample& sample : of_key) {
+        const Comparable comparable = ComparabilityOf(sample);
+        const bool undisputed = !HasDeliberateDifference(sample);
+        (IsBranch(comparable) ? samples.branches : samples.straight).push_back(&sample);
+        if (comparable == Comparable::kAnywhere && undisputed)
+          samples.undisputed.push_back(&sample);
+        if (comparable == Comparable::kBranch && undisputed) samples.block_ends.push_back(&sample);
+      }
+    }
+    return samples;
+  }();
+  return all;
 }
 
 }  // namespace orvo

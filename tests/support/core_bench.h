@@ -8,12 +8,10 @@
 #include <vector>
 
 #include "memory/memory_exclusiveness.h"
+#include "support/small_image.h"
 #include "support/test_mcu.h"
 
 namespace orvo {
-
-// Machine code as halfwords, a 32-bit instruction as two of them.
-using Code = std::vector<unsigned short>;
 
 // Owns the process-wide variables of the simulation as long as it lives: one bench at a time.
 class CoreBench {

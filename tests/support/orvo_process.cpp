@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -104,7 +105,9 @@ ProcessResult ChildProcess::Wait(std::chrono::seconds limit) {
     kill(id_, SIGKILL);
   }
   int status = 0;
-  waitpid(id_, &status, 0);
+  rusage usage{};
+  wait4(id_, &status, 0, &usage);
+  result_.peak_resident_kib = usage.ru_maxrss;
   id_ = -1;
   if (WIFEXITED(status)) result_.exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result_.signal = WTERMSIG(status);

@@ -17,6 +17,7 @@ struct ProcessResult {
   int exit_status = -1;  // -1 if the process did not exit by itself
   int signal = 0;        // the signal that ended it, 0 if none
   bool timed_out = false;
+  long peak_resident_kib = 0;  // at least that of the test, of which the child is a copy at first
 };
 
 // A running child process. Its standard output and error go to pipes that Wait and WaitForOutput

@@ -217,8 +217,10 @@ std::vector<Row> WideRows() { return {
     {"11101011110Snnnnziiiddddiittmmmm", "rsb{S}", "rd rn rm,shift"},
     // A5.3.12 Data processing (register)
     {"111110100vvSnnnn1111dddd0000mmmm", "{v:lsl|lsr|asr|ror}{S}", "rd rn rm"},
-    {"111110100vvv11111111dddd1zrrmmmm", "{v:sxth|uxth|sxtb16|uxtb16|sxtb|uxtb||}", "rd rm,ror#r*8"},
-    {"111110100vvvnnnn1111dddd1zrrmmmm", "{v:sxtah|uxtah|sxtab16|uxtab16|sxtab|uxtab||}", "rd rn rm,ror#r*8"},
+    {"111110100vvv11111111dddd1zrrmmmm", "{v:sxth|uxth|sxtb16|uxtb16|sxtb|uxtb||}",
+                                         "rd rm,ror#r*8"},
+    {"111110100vvvnnnn1111dddd1zrrmmmm", "{v:sxtah|uxtah|sxtab16|uxtab16|sxtab|uxtab||}",
+                                         "rd rn rm,ror#r*8"},
     // A5.3.13, A5.3.14 Parallel addition and subtraction
     {"111110101001nnnn1111dddd0pppmmmm", "{p:s|q|sh||u|uq|uh}add16", "rd rn rm"},
     {"111110101010nnnn1111dddd0pppmmmm", "{p:s|q|sh||u|uq|uh}asx",   "rd rn rm"},

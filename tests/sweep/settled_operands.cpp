@@ -93,9 +93,9 @@ bool RecordsHold(const my_insn_t& insn) {
   for (size_t n = 0; n < insn.operands.size(); ++n) {
     const Operand& operand = insn.operands[n];
     const OperandRecord& record = insn.op_records[n];
+    const unsigned s_id = operand.type == OperandType::kRegister ? operand.reg * 2 + 51 : 0;
     if (record.type != operand.type || record.s_id != s_id || operand.reg >= kRegisterCount)
       return false;
-    const unsigned s_id = operand.type == OperandType::kRegister ? operand.reg * 2 + 51 : 0;
     const bool has_word = operand.reg != 0 && operand.reg != kSp;
     if (record.word != (has_word ? &registers_->word(operand.reg) : nullptr)) return false;
     if (n < insn.op_ptr.size() && (insn.op_ptr[n] != &operand || insn.rec_ptr[n] != &record))

@@ -18,6 +18,10 @@ std::ostream& operator<<(std::ostream& stream, const BoardCase& test) {
   return stream << test.name;
 }
 
+std::string WithPins(const std::string& pins) {
+  return R"({"components": [{"class": "nrf52832", "config": {"pins": {)" + pins + "}}}]}";
+}
+
 class BadBoards : public testing::TestWithParam<BoardCase> {};
 
 TEST_P(BadBoards, EndWithAMessageAndStatus255) {
@@ -66,6 +70,38 @@ INSTANTIATE_TEST_SUITE_P(
                   R"({"components": [{"class": "nrf52832", "type": "MCU",
                                       "config": {"ram_size": "large"}}]})",
                   "ram_size: expected an integer"},
+        BoardCase{"key_twice", WithPins(R"("P0_1": 1, "P0_1": 2)"),
+                  "the key \"P0_1\" stands twice in one object"},
+        BoardCase{"pin_twice", WithPins(R"("P0_1": 1, "P0_01": 2)"),
+                  ".json: Mcu config.pins.P0_1: names the same pin as P0_01"},
+        BoardCase{"pin_without_number", WithPins(R"("P0_x": 1)"),
+                  ".json: Mcu config.pins.P0_x: expected a pin number below 32 behind P0_"},
+        BoardCase{"pin_beyond_the_port", WithPins(R"("P0_32": 1)"),
+                  ".json: Mcu config.pins.P0_32: expected a pin number below 32 behind P0_"},
+        BoardCase{"pin_of_a_wrong_type", WithPins(R"("P0_1": [1])"),
+                  ".json: Mcu config.pins.P0_1: expected a wire number or the name of a pin, found "
+                  "an array"},
+        BoardCase{"wire_beyond_the_net", WithPins(R"("P0_1": 198)"),
+                  "wire number 198 is invalid, wire number should be lesser than 198. Please check "
+                  "your bsp.json file"},
+        BoardCase{"pin_named_later", WithPins(R"("P0_1": "P0_2", "P0_2": 2)"),
+                  "Pin_name: P0_2 is invalid pin number"},
+        BoardCase{"pins_not_an_object",
+                  R"({"components": [{"class": "nrf52832", "config": {"pins": [1]}}]})",
+                  ".json: Mcu config.pins: expected an object, found an array"},
+        BoardCase{"device_without_pins", R"({"components": [{"class": "Button", "name": "B"}]})",
+                  "board.json: Missing pin in"},
+        BoardCase{"device_pin_of_a_wrong_type",
+                  R"({"components": [{"class": "Button", "name": "B", "pins": {"in": true}}]})",
+                  ".json: component \"B\".pins.in: expected a wire number or the name of a pin, "
+                  "found a boolean"},
+        BoardCase{"device_pin_unknown",
+                  R"({"components": [{"class": "Short", "name": "S",
+                                      "pins": {"pin0": 3, "pin1": "P1_1"}}]})",
+                  "Pin_name: P1_1 is invalid pin number"},
+        BoardCase{"button_on_the_supply",
+                  R"({"components": [{"class": "Button", "name": "B", "pins": {"in": "vdd"}}]})",
+                  "Only wire level and wire voltage can be read from vdd/gnd wires"},
         BoardCase{"seed_negative",
                   R"({"components": [{"class": "nrf52832", "type": "MCU",
                                       "config": {"seed": -1}}]})",

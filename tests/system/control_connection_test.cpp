@@ -1,40 +1,12 @@
 // The control connection of a run: its port, and firmware that talks with a client through it.
 #include <gmock/gmock.h>
 
-#include <thread>
-
-#include "support/orvo_process.h"
-#include "unit/control/control_client.h"
+#include "support/control_session.h"
 
 namespace orvo {
 namespace {
 
 using testing::HasSubstr;
-
-// The port that a started run has written, once it is complete.
-unsigned short WaitForPort(const OrvoBench& bench) {
-  std::string text;
-  for (int i = 0; i < 1000 && text.find('\n') == std::string::npos; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    text = bench.directory().Read(".zandor/port");
-  }
-  return static_cast<unsigned short>(std::stoi("0" + text));
-}
-
-// Reads messages until one has the description; null if none comes.
-nlohmann::json WaitForMessage(ControlClient& client, const std::string& description) {
-  for (;;) {
-    nlohmann::json message = client.Receive();
-    if (message.is_null() || message.value("description", "") == description) return message;
-  }
-}
-
-void Resume(ControlClient& client) {
-  client.Send({{"type", "command"},
-               {"peripheral_type", "nrf52832"},
-               {"peripheral_name", "SUDO"},
-               {"command", "resume_running"}});
-}
 
 TEST(ControlConnection, ClientLearnsTheCodeOfFirmwareThatExitsAndResumesIt) {
   OrvoBench bench;

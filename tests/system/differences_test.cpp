@@ -22,6 +22,9 @@ TEST(Differences, FirmwareObservesWhatTheDocumentationSays) {
       "revsh of 0x00000100                ffff0001",  // 00000001: the sign comes from any high bit
       "smlal high of 0x80000000 + 0       ffffffff",  // 00000000: the low word counts as signed
       "smlal high of 0x7fffffff + 0       00000000",  // 00000000
+      "-1 < 0 ? 1 : 2, C clear before     00000002",  // 00000001: asr #32 leaves C alone
+      "-1 < 0 ? 1 : 2, C set before       00000001",  // 00000001
+      "1 < 0 ? 1 : 2, C set before        00000000",  // 00000002
       "vcvt.u32 of 3e9                    7fffffff",  // b2d05e00: converts as to signed
       "vcvt.u32 of -1                     ffffffff",  // 00000000
       "vcvt.u32 of 2e9                    77359400",  // 77359400

@@ -1,5 +1,5 @@
 // Programs of firmware/programs that are compiled for the host too: both print the same, at each
-// optimisation level, with and without the FPU.
+// optimisation level, with and without the FPU, and for a Cortex-M3.
 #include <gmock/gmock.h>
 
 #include "build_paths.h"
@@ -45,7 +45,8 @@ std::vector<ProgramCase> Programs(const std::vector<std::string>& builds) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Levels, HostComparison,
-                         testing::ValuesIn(Programs({"O0", "Os", "O2", "soft"})), CaseName);
+                         testing::ValuesIn(Programs({"O0", "Os", "O2", "O3", "soft", "m3"})),
+                         CaseName);
 
 TEST(Images, HexAndBinOfOneProgramRunTheSame) {
   OrvoBench bin, hex;

@@ -79,7 +79,6 @@ TEST_P(Interrupted, AtAnyMomentOfTheStart) {
     ASSERT_FALSE(run.timed_out) << "after " << delay_us << " us";
     if (run.signal != 0) {
       ASSERT_EQ(run.signal, GetParam()) << "after " << delay_us << " us" << run.err;
-      ASSERT_LT(delay_us, 30'000);
     } else {
       ASSERT_EQ(run.exit_status, 0) << "after " << delay_us << " us" << run.err;
     }

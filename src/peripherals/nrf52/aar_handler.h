@@ -1,6 +1,7 @@
 // nRF52 AAR. Source: nRF52832 Product Specification, AAR - Accelerated address resolver.
 // The tasks are noted and nothing is resolved: no event comes. Firmware that uses the CCM, which
-// has the same address, reaches these registers.
+// has the same address, reaches these registers. Deliberate: INTENSET and INTENCLR are two plain
+// words.
 #pragma once
 
 #include "peripherals/nrf52/registers/nrf52_aar.h"

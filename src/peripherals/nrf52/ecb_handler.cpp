@@ -33,6 +33,7 @@ void Encrypt(const unsigned char* key, const unsigned char* cleartext, unsigned 
 
 }  // namespace
 
+// Deliberate: both tasks are taken for any value, 0 too.
 void ECBHandler::set_TASKS_STARTECB(unsigned, unsigned) {
   stopped_ = false;
   const unsigned address = MemorySection::get(ECBDATAPTR);

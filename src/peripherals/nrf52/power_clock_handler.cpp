@@ -16,6 +16,8 @@ constexpr unsigned kCtivUnitsPerSecond = 4;     // CTIV counts quarters of a sec
 
 }  // namespace
 
+// Deliberate: a task is taken for any value, 0 too; only TASKS_CAL wants 1.
+
 // --- High-frequency clock ------------------------------------------------------------------------
 
 void PowerClockHandler::set_TASKS_HFCLKSTART(unsigned, unsigned) {
@@ -92,6 +94,8 @@ void PowerClockHandler::set_INTENSET(unsigned offset, unsigned value) {
   }
 }
 
+// Deliberate: the crystal runs after every reset, without a start, and a software reset clears
+// GPREGRET too.
 void PowerClockHandler::Reset(ResetType type) {
   PeripheralMemory::Reset(type);
   MemorySection::set(HFCLKSTAT, kRunning | kSourceXtal);

@@ -11,7 +11,9 @@ namespace orvo {
 
 namespace {
 
-constexpr unsigned long kDelayTicks = 6;  // of the main clock, from the first event of a pass
+// Deliberate: the chip takes one cycle of 16 MHz. In ticks of the main clock, from the first event
+// of a pass.
+constexpr unsigned long kDelayTicks = 6;
 constexpr unsigned kFirstFixedChannel = 20;
 // Far more than 32 channels cause without going in a circle.
 constexpr unsigned kMostChannelRunsPerPass = 1u << 16;
@@ -103,6 +105,7 @@ unsigned long PPIHandler::OnTick(unsigned long) {
   // By number: the tasks append to the list.
   for (size_t n = 0; n < pending_.size(); ++n) {
     const MemoryNotification event = pending_[n];
+    // Deliberate: a store of exactly 1 is an event, by firmware too; other values are dropped.
     if (event.value != kGenerated) continue;
     runs += RunChannelsOf(event.address, enabled);
     if (runs > kMostChannelRunsPerPass) {
@@ -128,6 +131,7 @@ unsigned PPIHandler::RunChannelsOf(unsigned event_address, unsigned enabled) {
   return runs;
 }
 
+// The MWU doesn't see it: it watches the processor.
 void PPIHandler::RunTask(unsigned task_address) {
   if (task_address != 0) mcu_->memory().set<false>(task_address, kTrigger);
 }

@@ -9,7 +9,8 @@ constexpr unsigned kValrdyStop = 1u << 0;         // SHORTS
 
 }  // namespace
 
-// Deliberate: every value seeds, and only 1 starts.
+// Deliberate: every value seeds, and only 1 starts. Without a seed of the board that is the second
+// of the host: firmware that starts anew for each byte gets the same byte for a second.
 void RNGHandler::set_TASKS_START(unsigned, unsigned value) {
   random_.StartAnew();
   if (running_ || value != kTrigger) return;

@@ -2,7 +2,7 @@
 
 namespace orvo {
 
-// Deliberate: without an enabled interrupt the event doesn't happen either.
+// Deliberate: any value starts, 0 too, and without an enabled interrupt the event doesn't happen.
 void TEMPHandler::set_TASKS_START(unsigned, unsigned) {
   if (MemorySection::get(INTENSET) == 0) return;
   MemorySection::set(EVENTS_DATARDY, kGenerated);

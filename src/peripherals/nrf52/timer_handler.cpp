@@ -101,7 +101,8 @@ unsigned long TimerHandler::OnTick(unsigned long tick) {
   return 0;
 }
 
-// BITMODE counts at once, MODE and PRESCALER at the next start.
+// BITMODE counts at once. MODE and PRESCALER settle the pace at a start; MODE also counts at each
+// COUNT and CAPTURE.
 void TimerHandler::Count() {
   counter_ = (counter_ + 1) & CounterMask(MemorySection::get(BITMODE));
   compareAndSetEvents();

@@ -26,6 +26,7 @@ void WDTHandler::AddToTick() {
   MemorySection::set(RUNSTATUS, 1);
 }
 
+// Deliberate: any value but 0 starts.
 void WDTHandler::set_TASKS_START(unsigned, unsigned value) {
   if (value != 0 && !running_) AddToTick();
 }

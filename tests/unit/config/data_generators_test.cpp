@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <set>
 
 #include "config/scenario_file_handler.h"
@@ -12,9 +11,9 @@
 namespace orvo {
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::StartsWith;
+using Values = std::vector<std::string>;
 
 // A generator of a kind, on a chip whose clock is at tick 0.
 struct GeneratorBench {
@@ -29,193 +28,109 @@ struct GeneratorBench {
     generator->SetMcu(&mcu);
   }
 
-  // The next value as text, read as Int32, Double, int16 (H), UInt8 (B) or String.
-  std::string Read(char as) {
-    switch (as) {
-      case 'I':
-        return std::to_string(generator->GetNextInt32());
-      case 'D':
-        return std::to_string(generator->GetNextDouble());
-      case 'H':
-        return std::to_string(generator->GetNextInt16());
-      case 'B':
-        return std::to_string(generator->GetNextUInt8());
-      default:
-        return generator->GetNextString();
+  // The next values as text, a letter for each: Int32, Double, int16 (H), UInt8 (B) or String.
+  Values Read(const std::string& letters) {
+    Values values;
+    for (const char letter : letters) {
+      values.push_back(letter == 'I'   ? std::to_string(generator->GetNextInt32())
+                       : letter == 'D' ? std::to_string(generator->GetNextDouble())
+                       : letter == 'H' ? std::to_string(generator->GetNextInt16())
+                       : letter == 'B' ? std::to_string(generator->GetNextUInt8())
+                                       : generator->GetNextString());
+      EXPECT_EQ(generator->GetCachedValueStr(), values.back());
     }
+    return values;
   }
 };
 
-struct ValueCase {
-  std::string name;
-  std::string kind;
-  std::string config;
-  std::string reads;  // one letter per read
-  std::vector<std::string> expected;
-};
-
-class DataGenerators : public testing::TestWithParam<ValueCase> {};
-
-TEST_P(DataGenerators, GiveAndCacheTheirValues) {
-  GeneratorBench bench(GetParam().kind, GetParam().config);
-  std::vector<std::string> values;
-  for (const char as : GetParam().reads) {
-    values.push_back(bench.Read(as));
-    EXPECT_EQ(bench.generator->GetCachedValueStr(), values.back());
+TEST(DataGenerators, GiveAndCacheTheirValues) {
+  struct ValueCase {
+    const char* kind;
+    const char* config;
+    const char* reads;
+    Values expected;
+  };
+  // clang-format off
+  for (const ValueCase& c : {
+           ValueCase{"constant", R"({"value": "-12.75"})", "IDHBS", {"-12", "-12.750000", "-12", "244", "-12.75"}},
+           ValueCase{"CONSTANT", R"({"value": 5})", "SI", {"5.000000", "5"}},
+           ValueCase{"Increment", R"({"min": 0, "max": 10, "step": 5})", "IIIID", {"0", "5", "10", "0", "5.000000"}},
+           ValueCase{"INCREMENT", R"({"min": 1, "max": 2, "step": 0.6})", "DDDI", {"1.000000", "1.600000", "1.000000", "2"}},
+           ValueCase{"INCREMENT", R"({"min": 3, "max": 1, "step": -1})", "IIII", {"3", "2", "1", "3"}},
+           ValueCase{"VALUES", R"({"validValues": [1.9, -3.5, 300]})", "IDBHHB", {"1", "-3.500000", "44", "1", "-3", "44"}},
+           ValueCase{"SIN", R"({"min": -2, "max": 6, "sinFrequency": 3})", "DD", {"2.000000", "2.000000"}}}) {
+    // clang-format on
+    EXPECT_EQ(GeneratorBench(c.kind, c.config).Read(c.reads), c.expected) << c.kind << c.config;
   }
-  EXPECT_EQ(values, GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , DataGenerators,
-    testing::Values(ValueCase{"constant_text",
-                              "constant",
-                              R"({"value": "-12.75"})",
-                              "IDHBS",
-                              {"-12", "-12.750000", "-12", "244", "-12.75"}},
-                    ValueCase{
-                        "constant_number", "CONSTANT", R"({"value": 5})", "SI", {"5.000000", "5"}},
-                    ValueCase{"increment",
-                              "Increment",
-                              R"({"min": 0, "max": 10, "step": 5})",
-                              "IIIID",
-                              {"0", "5", "10", "0", "5.000000"}},
-                    ValueCase{"increment_that_misses_max",
-                              "INCREMENT",
-                              R"({"min": 1, "max": 2, "step": 0.6})",
-                              "DDDI",
-                              {"1.000000", "1.600000", "1.000000", "2"}},
-                    ValueCase{"increment_downwards",
-                              "INCREMENT",
-                              R"({"min": 3, "max": 1, "step": -1})",
-                              "IIII",
-                              {"3", "2", "1", "3"}},
-                    ValueCase{"values",
-                              "VALUES",
-                              R"({"validValues": [1.9, -3.5, 300]})",
-                              "IDBHHB",
-                              {"1", "-3.500000", "44", "1", "-3", "44"}},
-                    ValueCase{"sine_at_tick_0",
-                              "SIN",
-                              R"({"min": -2, "max": 6, "sinFrequency": 3})",
-                              "DD",
-                              {"2.000000", "2.000000"}}),
-    [](const auto& test) { return test.param.name; });
-
-struct RefusalCase {
-  std::string name;
-  std::string kind;
-  std::string config;
-  char read;  // 0: the construction is refused
-  std::string message;
-};
-
-class DataGeneratorRefusals : public testing::TestWithParam<RefusalCase> {};
-
-TEST_P(DataGeneratorRefusals, NameTheReason) {
-  EXPECT_THAT(ErrorOf([] {
-                GeneratorBench bench(GetParam().kind, GetParam().config);
-                if (GetParam().read != 0) bench.Read(GetParam().read);
-              }),
-              StartsWith(GetParam().message));
-}
-
-constexpr char kCheck[] = ". Please check your scenario.json file";
-
-INSTANTIATE_TEST_SUITE_P(
-    , DataGeneratorRefusals,
-    testing::Values(
-        RefusalCase{"unknown", "noise", "{}", 0, "UserError: Unsupported data generator: NOISE"},
-        RefusalCase{"constant_value", "CONSTANT", "{}", 0,
-                    "UserError: Missing 'value' key in constant data generator CONSTANT"},
-        RefusalCase{
-            "random_min", "RANDOM", R"({"max": 1})", 0,
-            std::string("UserError: Missing min value in random generator RANDOM") + kCheck},
-        RefusalCase{"random_max", "RANDOM", R"({"min": 1})", 0,
-                    "UserError: Missing max value in random generator RANDOM"},
-        RefusalCase{"increment_min", "INCREMENT", "{}", 0,
-                    "UserError: Missing min value in data generator INCREMENT"},
-        RefusalCase{"increment_max", "INCREMENT", R"({"min": 1, "step": 1})", 0,
-                    "UserError: Missing max value in data generator INCREMENT"},
-        RefusalCase{"increment_step", "INCREMENT", R"({"min": 1, "max": 2})", 0,
-                    "UserError: Missing step value in data generator INCREMENT.Please check your "
-                    "scenario.json file"},
-        RefusalCase{"sine_min", "SIN", "{}", 0,
-                    std::string("UserError: Missing min value in sine generator.SIN") + kCheck},
-        RefusalCase{"sine_max", "SIN", R"({"min": 1})", 0,
-                    "UserError: Missing max value in sine generator SIN"},
-        RefusalCase{"sine_frequency", "SIN", R"({"min": 1, "max": 2})", 0,
-                    "UserError: Missing sinFrequency value in sine generator SIN"},
-        RefusalCase{"values", "VALUES", "{}", 0,
-                    "UserError: Missing validValues value in values generator VALUES"},
-        RefusalCase{"path", "FILE", "{}", 0,
-                    "UserError: Missing 'path' key in data generator: FILE"},
-        RefusalCase{"no_values", "VALUES", R"({"validValues": []})", 0,
-                    "UserError: scenario.json: config.validValues: expected an array of at least "
-                    "one number"},
-        RefusalCase{"value_type", "VALUES", R"({"validValues": [1, "2"]})", 0,
-                    "UserError: scenario.json: config.validValues[1]: expected a number, found a "
-                    "string"},
-        RefusalCase{"empty_range", "RANDOM", R"({"min": 5, "max": 5})", 0,
-                    "UserError: scenario.json: config.max: expected a value above min"},
-        RefusalCase{"range_of_33_bits", "RANDOM", R"({"min": -2147483648, "max": 2147483647})", 0,
-                    "UserError: scenario.json: config.max: expected a value above min"},
-        RefusalCase{"step_of_0", "INCREMENT", R"({"min": 0, "max": 5, "step": 0})", 0,
-                    "UserError: scenario.json: config.step: expected a step that leads from min"},
-        RefusalCase{"step_away", "INCREMENT", R"({"min": 0, "max": 5, "step": -1})", 0,
-                    "UserError: scenario.json: config.step: expected a step that leads from min"},
-        RefusalCase{"interval_type", "CONSTANT",
-                    R"({"value": 1, "timing": {"changeInterval": -1, "changeIntervalUnit": "s"}})",
-                    0,
-                    "UserError: scenario.json: config.timing.changeInterval: expected an "
-                    "integer"},
-        RefusalCase{"not_a_number", "CONSTANT", R"({"value": "3 apples"})", 'D',
-                    "UserError: ConstantDataGenerator - got invalid argument"},
-        RefusalCase{"no_integer", "CONSTANT", R"({"value": "1e30"})", 'I',
-                    "UserError: Data generator CONSTANT: "},
-        RefusalCase{"string", "VALUES", R"({"validValues": [1]})", 'S',
-                    "OrvoError: string not supported in this data generator: VALUES"},
-        RefusalCase{"int16", "RANDOM", R"({"min": 0, "max": 1})", 'H',
-                    "OrvoError: Int16 not supported in this data generator: RANDOM"},
-        RefusalCase{"uint8", "INCREMENT", R"({"min": 0, "max": 1, "step": 1})", 'B',
-                    "OrvoError: Uint8 not supported in this data generator: INCREMENT"},
-        RefusalCase{"int32", "SIN", R"({"min": 0, "max": 1, "sinFrequency": 1})", 'I',
-                    "OrvoError: Int32 not supported in this data generator: SIN"}),
-    [](const auto& test) { return test.param.name; });
-
-// ---- Time ----
-
-struct TimingCase {
-  std::string unit;
-  unsigned interval;
-  unsigned long interval_ns;
-};
-
-class Timing : public testing::TestWithParam<TimingCase> {};
-
-TEST_P(Timing, StepLastsOneInterval) {
-  const TimingCase& test = GetParam();
-  GeneratorBench bench("INCREMENT", R"({"min": 0, "max": 9, "step": 1, "timing":
-      {"changeInterval": )" + std::to_string(test.interval) +
-                                        R"(, "changeIntervalUnit": ")" + test.unit + "\"}}");
-  EXPECT_EQ(bench.generator->GetIntervalNS(), test.interval_ns);
-  bench.mcu.clock().SetFrequency(1'000'000'000 / test.interval_ns * 4);  // four ticks per step
-  std::vector<int> values;
-  for (int tick = 0; tick < 9; ++tick) {
-    values.push_back(bench.generator->GetNextInt32());
-    EXPECT_EQ(bench.generator->GetNextInt32(), values.back());
-    bench.mcu.clock().Tickrement(1);
+TEST(DataGenerators, RefuseWithAReason) {
+  struct RefusalCase {
+    const char* kind;
+    const char* config;
+    const char* reads;
+    std::string message;
+  };
+  const std::string check = ". Please check your scenario.json file";
+  const std::string place = "UserError: scenario.json: config.";
+  // clang-format off
+  for (const RefusalCase& c : {
+           RefusalCase{"noise",     "{}",                      "", "UserError: Unsupported data generator: NOISE"},
+           RefusalCase{"CONSTANT",  "{}",                      "", "UserError: Missing 'value' key in constant data generator CONSTANT"},
+           RefusalCase{"RANDOM",    R"({"max": 1})",           "", "UserError: Missing min value in random generator RANDOM" + check},
+           RefusalCase{"RANDOM",    R"({"min": 1})",           "", "UserError: Missing max value in random generator RANDOM"},
+           RefusalCase{"INCREMENT", "{}",                      "", "UserError: Missing min value in data generator INCREMENT"},
+           RefusalCase{"INCREMENT", R"({"min": 1, "step": 1})", "", "UserError: Missing max value in data generator INCREMENT"},
+           RefusalCase{"INCREMENT", R"({"min": 1, "max": 2})", "", "UserError: Missing step value in data generator INCREMENT.Please check your scenario.json file"},
+           RefusalCase{"SIN",       "{}",                      "", "UserError: Missing min value in sine generator.SIN" + check},
+           RefusalCase{"SIN",       R"({"min": 1})",           "", "UserError: Missing max value in sine generator SIN"},
+           RefusalCase{"SIN",       R"({"min": 1, "max": 2})", "", "UserError: Missing sinFrequency value in sine generator SIN"},
+           RefusalCase{"VALUES",    "{}",                      "", "UserError: Missing validValues value in values generator VALUES"},
+           RefusalCase{"FILE",      "{}",                      "", "UserError: Missing 'path' key in data generator: FILE"},
+           RefusalCase{"VALUES",    R"({"validValues": []})",  "", place + "validValues: expected an array of at least one number"},
+           RefusalCase{"VALUES",    R"({"validValues": [1, "2"]})", "", place + "validValues[1]: expected a number, found a string"},
+           RefusalCase{"RANDOM",    R"({"min": 5, "max": 5})", "", place + "max: expected a value above min"},
+           RefusalCase{"RANDOM",    R"({"min": -2147483648, "max": 2147483647})", "", place + "max: expected a value above min"},
+           RefusalCase{"INCREMENT", R"({"min": 0, "max": 5, "step": 0})",  "", place + "step: expected a step that leads from min"},
+           RefusalCase{"INCREMENT", R"({"min": 0, "max": 5, "step": -1})", "", place + "step: expected a step that leads from min"},
+           RefusalCase{"CONSTANT",  R"({"value": 1, "timing": {"changeInterval": -1, "changeIntervalUnit": "s"}})", "",
+                       place + "timing.changeInterval: expected an integer"},
+           RefusalCase{"CONSTANT",  R"({"value": "3 apples"})", "D", "UserError: ConstantDataGenerator - got invalid argument"},
+           RefusalCase{"CONSTANT",  R"({"value": "1e30"})",     "I", "UserError: Data generator CONSTANT: "},
+           RefusalCase{"VALUES",    R"({"validValues": [1]})",  "S", "OrvoError: string not supported in this data generator: VALUES"},
+           RefusalCase{"RANDOM",    R"({"min": 0, "max": 1})",  "H", "OrvoError: Int16 not supported in this data generator: RANDOM"},
+           RefusalCase{"INCREMENT", R"({"min": 0, "max": 1, "step": 1})", "B", "OrvoError: Uint8 not supported in this data generator: INCREMENT"},
+           RefusalCase{"SIN",       R"({"min": 0, "max": 1, "sinFrequency": 1})", "I", "OrvoError: Int32 not supported in this data generator: SIN"}}) {
+    // clang-format on
+    EXPECT_THAT(ErrorOf([&] { GeneratorBench(c.kind, c.config).Read(c.reads); }),
+                StartsWith(c.message));
   }
-  EXPECT_THAT(values, ElementsAre(0, 0, 0, 0, 1, 1, 1, 1, 2));
 }
 
-INSTANTIATE_TEST_SUITE_P(, Timing,
-                         testing::Values(TimingCase{"s", 1, 1'000'000'000},
-                                         TimingCase{"ms", 2, 2'000'000},
-                                         TimingCase{"us", 500, 500'000},
-                                         TimingCase{"ns", 1000, 1000},
-                                         TimingCase{"fortnights", 1000, 1000}),
-                         [](const auto& test) { return test.param.unit; });
+TEST(DataGenerator, StepLastsOneInterval) {
+  struct TimingCase {
+    const char* unit;
+    unsigned interval;
+    unsigned long interval_ns;
+  };
+  for (const TimingCase& c :
+       {TimingCase{"s", 1, 1'000'000'000}, TimingCase{"ms", 2, 2'000'000},
+        TimingCase{"us", 500, 500'000}, TimingCase{"fortnights", 1000, 1000}}) {
+    SCOPED_TRACE(c.unit);
+    GeneratorBench bench("INCREMENT", R"({"min": 0, "max": 9, "step": 1, "timing":
+        {"changeInterval": )" + std::to_string(c.interval) +
+                                          R"(, "changeIntervalUnit": ")" + c.unit + "\"}}");
+    EXPECT_EQ(bench.generator->GetIntervalNS(), c.interval_ns);
+    bench.mcu.clock().SetFrequency(1'000'000'000 / c.interval_ns * 4);  // four ticks per step
+    std::vector<int> values;
+    for (int tick = 0; tick < 9; ++tick) {
+      values.push_back(bench.generator->GetNextInt32());
+      EXPECT_EQ(bench.generator->GetNextInt32(), values.back());
+      bench.mcu.clock().Tickrement(1);
+    }
+    EXPECT_THAT(values, ElementsAre(0, 0, 0, 0, 1, 1, 1, 1, 2));
+  }
+}
 
 TEST(RandomDataGenerator, StaysInItsRangeAndMovesOnAtEachRead) {
   GeneratorBench bench("RANDOM", R"({"min": -50, "max": 1000000})");
@@ -242,9 +157,7 @@ TEST(RandomDataGenerator, HoldsItsValueForOneInterval) {
 TEST(SinDataGenerator, FollowsVirtualTimeAndNotTheReads) {
   GeneratorBench bench("SIN", R"({"min": 10, "max": 20, "sinFrequency": 250000})");
   bench.mcu.clock().Tickrement(64);  // a quarter of a period at 64 MHz
-  std::vector<double> values;
-  for (int i = 0; i < 3; ++i) values.push_back(bench.generator->GetNextDouble());
-  EXPECT_THAT(values, Each(testing::DoubleNear(20, 1e-9)));
+  for (int i = 0; i < 3; ++i) EXPECT_NEAR(bench.generator->GetNextDouble(), 20, 1e-9);
 }
 
 TEST(DataGenerator, CachedValueBeforeTheFirstReadIsAnError) {
@@ -258,89 +171,56 @@ TEST(DataGenerator, CachedValueBeforeTheFirstReadIsAnError) {
 
 // ---- Recorded files ----
 
-struct FileCase {
-  std::string name;
-  std::string content;
-  std::string reads;
-  std::vector<std::string> expected;
-};
-
-class FileDataGenerators : public testing::TestWithParam<FileCase> {};
-
-TEST_P(FileDataGenerators, RepeatFromTheTop) {
-  WorkingDirectory directory;
-  directory.Write("data.txt", GetParam().content);
-  GeneratorBench bench("FILE", R"({"path": "data.txt"})");
-  std::vector<std::string> values;
-  for (const char as : GetParam().reads) values.push_back(bench.Read(as));
-  EXPECT_EQ(values, GetParam().expected);
+TEST(FileDataGenerator, RepeatsFromTheTop) {
+  const WorkingDirectory directory;
+  struct FileCase {
+    const char* content;
+    const char* reads;
+    Values expected;
+  };
+  for (const FileCase& c :
+       {FileCase{"1\n-2\n3", "IHII", {"1", "-2", "3", "1"}},
+        FileCase{"1\n2\n", "III", {"1", "2", "1"}}, FileCase{"7.5", "DD", {"7.500000", "7.500000"}},
+        FileCase{"on\noff\n", "SSS", {"on", "off", "on"}}, FileCase{"65\n200", "BB", {"65", "200"}},
+        FileCase{"!char-count:3\n 12\n-34\n560", "IIIID", {"12", "-34", "560", "12", "-34.000000"}},
+        FileCase{"!width:2\n42", "II", {"42", "42"}}}) {
+    directory.Write("data.txt", c.content);
+    EXPECT_EQ(GeneratorBench("FILE", R"({"path": "data.txt"})").Read(c.reads), c.expected);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , FileDataGenerators,
-    testing::Values(FileCase{"sequential", "1\n-2\n3", "IHII", {"1", "-2", "3", "1"}},
-                    FileCase{"newline_at_the_end", "1\n2\n", "III", {"1", "2", "1"}},
-                    FileCase{"one_value", "7.5", "DD", {"7.500000", "7.500000"}},
-                    FileCase{"texts", "on\noff\n", "SSS", {"on", "off", "on"}},
-                    FileCase{"byte_as_a_number", "65\n200", "BB", {"65", "200"}},
-                    FileCase{"records",
-                             "!char-count:3\n 12\n-34\n560",
-                             "IIIID",
-                             {"12", "-34", "560", "12", "-34.000000"}},
-                    FileCase{"one_record", "!width:2\n42", "II", {"42", "42"}}),
-    [](const auto& test) { return test.param.name; });
-
 TEST(FileDataGenerator, TimingPicksTheRecord) {
-  WorkingDirectory directory;
+  const WorkingDirectory directory;
   directory.Write("data.txt", "!char-count:2\n10\n11\n12");
   GeneratorBench bench("FILE", R"({"path": "data.txt",
       "timing": {"changeInterval": 1, "changeIntervalUnit": "us"}})");
   bench.mcu.clock().Tickrement(64 * 5);
-  EXPECT_EQ(bench.generator->GetNextInt32(), 12);
-  EXPECT_EQ(bench.generator->GetNextInt32(), 12);
+  EXPECT_THAT(bench.Read("II"), ElementsAre("12", "12"));
 }
 
-struct BadFileCase {
-  std::string name;
-  std::string content;
-  std::string more_config;
-  std::string message;
-};
-
-class BadDataFiles : public testing::TestWithParam<BadFileCase> {};
-
-TEST_P(BadDataFiles, AreNamed) {
-  WorkingDirectory directory;
-  directory.Write("data.txt", GetParam().content);
-  EXPECT_THAT(ErrorOf([] {
-                GeneratorBench bench("FILE",
-                                     R"({"path": "data.txt")" + GetParam().more_config + "}");
-                bench.Read('I');
-              }),
-              StartsWith(GetParam().message));
+TEST(FileDataGenerator, NamesABadFileAndAMalformedFirstLine) {
+  const WorkingDirectory directory;
+  const auto error = [&](const char* content, const std::string& config) {
+    directory.Write("data.txt", content);
+    return ErrorOf([&] { GeneratorBench("FILE", R"({"path": ")" + config + "}").Read("I"); });
+  };
+  EXPECT_EQ(error("", R"(absent.txt")"), "UserError: Failed to open data file: absent.txt");
+  EXPECT_EQ(error("", R"(.")"), "UserError: Failed to open data file: .");
+  for (const char* no_number : {"", "one"}) {
+    EXPECT_THAT(error(no_number, R"(data.txt")"),
+                StartsWith("OrvoError: Failed to read data generator file: "));
+  }
+  EXPECT_EQ(
+      error("1\n2", R"(data.txt", "timing": {"changeInterval": 1, "changeIntervalUnit": "s"})"),
+      "UserError: Add char-count on the first line in data file (e.g. !char-count:5). Please "
+      "check your data generator file");
+  for (const char* header :
+       {"!char-count 5\n12345", "!char-count:five\n12345", "!char-count:0\n1", "!char-count:5"}) {
+    EXPECT_EQ(error(header, R"(data.txt")"),
+              "UserError: First line of data generated char-count should be in the following "
+              "format (e.g. !char-count:5). Please check your data generator file");
+  }
 }
-
-constexpr char kBadHeader[] =
-    "UserError: First line of data generated char-count should be in the following format (e.g. "
-    "!char-count:5). Please check your data generator file";
-
-INSTANTIATE_TEST_SUITE_P(
-    , BadDataFiles,
-    testing::Values(
-        BadFileCase{"missing", "", R"(, "path": "absent.txt")",
-                    "UserError: Failed to open data file: absent.txt"},
-        BadFileCase{"directory", "", R"(, "path": ".")", "UserError: Failed to open data file: ."},
-        BadFileCase{"empty", "", "", "OrvoError: Failed to read data generator file: "},
-        BadFileCase{"no_number", "one", "", "OrvoError: Failed to read data generator file: "},
-        BadFileCase{"timing_without_header", "1\n2",
-                    R"(, "timing": {"changeInterval": 1, "changeIntervalUnit": "s"})",
-                    "UserError: Add char-count on the first line in data file (e.g. "
-                    "!char-count:5). Please check your data generator file"},
-        BadFileCase{"header_without_colon", "!char-count 5\n12345", "", kBadHeader},
-        BadFileCase{"header_without_number", "!char-count:five\n12345", "", kBadHeader},
-        BadFileCase{"width_of_0", "!char-count:0\n1", "", kBadHeader},
-        BadFileCase{"header_alone", "!char-count:5", "", kBadHeader}),
-    [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace orvo

@@ -1,11 +1,9 @@
-// A directory of its own in which a test runs, and what a call reports.
+// A directory of its own in which a test runs.
 #pragma once
 
-#include <exception>
 #include <filesystem>
-#include <string>
 
-#include "runner/errors.h"
+#include "support/error_of.h"
 #include "support/temporary_directory.h"
 
 namespace orvo {
@@ -21,21 +19,5 @@ class WorkingDirectory : public TemporaryDirectory {
  private:
   std::filesystem::path before_;
 };
-
-// The message of the UserError or OrvoError that the call throws, with the class before it; empty
-// if it throws nothing.
-template <class Call>
-std::string ErrorOf(Call call) {
-  try {
-    call();
-  } catch (const OrvoError& error) {
-    return "OrvoError: " + error.message();
-  } catch (const UserError& error) {
-    return "UserError: " + error.message();
-  } catch (const std::exception& error) {
-    return std::string("other: ") + error.what();
-  }
-  return "";
-}
 
 }  // namespace orvo

@@ -2,31 +2,29 @@
 
 #include <gmock/gmock.h>
 
-#include <utility>
-
 #include "unit/control/control_bench.h"
 #include "wires/wire_types.h"
 
 namespace orvo {
 namespace {
 
+using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 // A block that notes its commands, and may act on one.
 class RecordingBlock : public MemorySection {
  public:
   explicit RecordingBlock(Mcu* mcu, const char* name = "Block")
       : MemorySection(mcu, name, 0x40000000, 4096) {}
-  void DoCommand(const nlohmann::json& command) override {
+  void DoCommand(const json& command) override {
     commands.push_back(std::to_string(GetMcu()->clock().ticks()) + " " +
                        command["command"].get<std::string>());
     if (action) action(command);
   }
   std::vector<std::string> commands;
-  std::function<void(const nlohmann::json&)> action;
+  std::function<void(const json&)> action;
 };
 
 struct Bench : ControlBench {
@@ -53,95 +51,29 @@ TEST(ControlConnection, PortFileHoldsTheChosenPortAndGoesAtTheEnd) {
   EXPECT_FALSE(directory.Has(".zandor/port"));
 }
 
-TEST(ControlConnection, PortFileThatCannotBeWrittenIsAnError) {
-  WorkingDirectory directory;
-  directory.Write(".zandor", "a file where the directory should be");
-  ConnectionManager connection;
-  EXPECT_EQ(ErrorOf([&] { connection.Start(0, false); }),
-            "OrvoError: ConnectionManager could not open port file");
-}
-
-TEST(ControlConnection, PortThatIsTakenIsAUserError) {
-  ControlBench bench;
-  ConnectionManager second;
-  EXPECT_EQ(ErrorOf([&] { second.Start(bench.Port(), false); }),
-            "UserError: Could not bind socket. This usually happens when another instance of the "
-            "Nimbel Bench is running. Try running \"pkill orvo\" to kill all instances");
-}
-
-TEST(ControlConnection, StartWaitsForTheHandshake) {
-  WorkingDirectory directory;
-  ConnectionManager connection;
-  std::thread client_thread([&] {
-    unsigned short port = 0;
-    WaitUntil([&] { return static_cast<bool>(std::ifstream(".zandor/port") >> port); });
-    ControlClient client(port);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    client.Send({{"type", "handshake"}, {"api_version", "1"}});
-    client.Receive();
-  });
-  connection.Start(0, true);
-  EXPECT_TRUE(connection.IsConnected());
-  client_thread.join();
-}
-
-TEST(ControlConnection, WaitForAClientEndsWithTheRun) {
-  WorkingDirectory directory;
-  ConnectionManager connection;
-  std::thread stopper([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    OrvoSignals::Get().terminate.emit(0);
-  });
-  connection.Start(0, true);
-  EXPECT_FALSE(connection.IsConnected());
-  stopper.join();
-}
-
 // ---- Handshake ----
 
-struct HandshakeCase {
-  std::string name;
-  nlohmann::json message;
-  nlohmann::json answer;  // without the number
-};
-
-class Handshakes : public testing::TestWithParam<HandshakeCase> {};
-
-TEST_P(Handshakes, AreAnsweredAndTheConnectionGoesOn) {
-  Bench bench;
-  bench.Connect();
-  bench.client->Send(GetParam().message);
-  nlohmann::json answer = GetParam().answer;
-  answer["type"] = "response";
-  answer["message_id"] = 0;
-  EXPECT_EQ(bench.client->Receive(), answer);
-  ASSERT_TRUE(WaitUntil([&] { return bench.connection.IsConnected(); }));
-  EXPECT_TRUE(bench.mcu.IsPauseState());
-  bench.mcu.Resume(false);
-  bench.Command("first", {{"command", "next"}});
-  EXPECT_TRUE(bench.RunUntil([&] { return !bench.block->commands.empty(); }));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    , Handshakes,
-    testing::Values(
-        HandshakeCase{"right", {{"type", "handshake"}, {"api_version", "1"}}, {{"response", "ok"}}},
-        HandshakeCase{
-            "wrong_version",
-            {{"type", "handshake"}, {"api_version", "2"}},
-            {{"response", "error"}, {"error", "Error expect api version [1], instead got [2]"}}},
-        HandshakeCase{"wrong_type",
-                      {{"type", "command"}, {"command", "dropped"}},
-                      {{"response", "error"},
-                       {"error", "Error expect [handshake] message, instead got [command]"}}}),
-    [](const auto& test) { return test.param.name; });
-
-TEST(ControlConnection, NextClientDoesNotShakeHands) {
-  Bench bench;
-  bench.Handshake();
-  bench.Connect();  // the first leaves
-  bench.Command("first", {{"command", "at once"}});
-  EXPECT_TRUE(bench.RunUntil([&] { return !bench.block->commands.empty(); }));
+TEST(ControlConnection, EveryHandshakeIsAnsweredAndTheConnectionGoesOn) {
+  const std::pair<json, json> handshakes[] = {
+      {{{"type", "handshake"}, {"api_version", "1"}}, {{"response", "ok"}}},
+      {{{"type", "handshake"}, {"api_version", "2"}},
+       {{"response", "error"}, {"error", "Error expect api version [1], instead got [2]"}}},
+      {{{"type", "command"}, {"command", "dropped"}},
+       {{"response", "error"},
+        {"error", "Error expect [handshake] message, instead got [command]"}}}};
+  for (auto [message, answer] : handshakes) {
+    Bench bench;
+    bench.Connect();
+    bench.client->Send(message);
+    answer.update({{"type", "response"}, {"message_id", 0}});
+    EXPECT_EQ(bench.client->Receive(), answer);
+    ASSERT_TRUE(WaitUntil([&] { return bench.connection.IsConnected(); }));
+    EXPECT_TRUE(bench.mcu.IsPauseState());
+    bench.mcu.Resume(false);
+    bench.Connect();  // the next client doesn't shake hands
+    bench.Command("first", {{"command", "at once"}});
+    EXPECT_TRUE(bench.RunUntil([&] { return !bench.block->commands.empty(); }));
+  }
 }
 
 // ---- Commands ----
@@ -168,82 +100,47 @@ TEST(ControlConnection, QueuedCommandsRunInOrderAtOneTick) {
   EXPECT_THAT(bench.block->commands, ElementsAre("10 a", "10 a", "10 b"));
 }
 
-struct BadCommandCase {
-  std::string name;
-  nlohmann::json command;
-  std::string message;
-};
-
-class BadCommands : public testing::TestWithParam<BadCommandCase> {};
-
-TEST_P(BadCommands, EndTheRunOnTheSimulationThread) {
-  Bench bench;
-  bench.Handshake();
-  bench.block->action = [](const nlohmann::json& command) { command.at("absent"); };
-  bench.client->Send(GetParam().command);
-  EXPECT_THAT(ErrorOf([&] { bench.RunUntil([] { return false; }); }),
-              HasSubstr(GetParam().message));
+TEST(ControlConnection, BadCommandsEndTheRunOnTheSimulationThread) {
+  const std::pair<json, const char*> commands[] = {
+      {{{"peripheral_type", "X"}, {"peripheral_name", "first"}},
+       "OrvoError: Peripheral type: X not found"},
+      {{{"peripheral_type", "nrf52832"}, {"peripheral_name", "second"}},
+       "OrvoError: Peripheral id of type: second is missing"},
+      {{{"peripheral_type", "nrf52832"}},
+       "UserError: control connection: the key \"peripheral_name\" is missing"},
+      {{{"peripheral_type", 1}, {"peripheral_name", "first"}},
+       "UserError: control connection: peripheral_type: expected a string, found 1"},
+      {{{"peripheral_type", "nrf52832"}, {"peripheral_name", "first"}, {"command", "x"}},
+       "UserError: control connection: command for first: [json.exception.out_of_range.403] key "
+       "'absent' not found"}};
+  for (auto [command, message] : commands) {
+    Bench bench;
+    bench.Handshake();
+    bench.block->action = [](const json& received) { received.at("absent"); };
+    command["type"] = "command";
+    bench.client->Send(command);
+    EXPECT_THAT(ErrorOf([&] { bench.RunUntil([] { return false; }); }), HasSubstr(message));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , BadCommands,
-    testing::Values(
-        BadCommandCase{
-            "unknown_type",
-            {{"type", "command"}, {"peripheral_type", "X"}, {"peripheral_name", "first"}},
-            "OrvoError: Peripheral type: X not found"},
-        BadCommandCase{
-            "unknown_name",
-            {{"type", "command"}, {"peripheral_type", "nrf52832"}, {"peripheral_name", "second"}},
-            "OrvoError: Peripheral id of type: second is missing"},
-        BadCommandCase{"no_name",
-                       {{"type", "command"}, {"peripheral_type", "nrf52832"}},
-                       "UserError: control connection: the key \"peripheral_name\" is missing"},
-        BadCommandCase{"type_of_name",
-                       {{"type", "command"}, {"peripheral_type", 1}, {"peripheral_name", "first"}},
-                       "UserError: control connection: peripheral_type: expected a string, "
-                       "found 1"},
-        BadCommandCase{"key_that_the_peripheral_misses",
-                       {{"type", "command"},
-                        {"peripheral_type", "nrf52832"},
-                        {"peripheral_name", "first"},
-                        {"command", "x"}},
-                       "UserError: control connection: command for first: "
-                       "[json.exception.out_of_range.403] key 'absent' not found"}),
-    [](const auto& test) { return test.param.name; });
-
-// ---- What is no message ----
-
-class BadMessages : public testing::TestWithParam<std::pair<const char*, const char*>> {};
-
-TEST_P(BadMessages, EndTheRunWithAnErrorEvent) {
-  const auto& [text, reason] = GetParam();
-  Bench bench;
-  TerminateRecorder ended;
-  bench.Handshake();
-  testing::internal::CaptureStderr();
-  bench.client->SendBytes(ControlClient::Frame(text));
-  const nlohmann::json event = bench.client->Receive();
-  bench.connection.ReleasePeripherals();  // waits for the server's thread
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(reason));
-  EXPECT_THAT(ended.codes, ElementsAre(1));
-  EXPECT_EQ(event["description"], "user_error");
-  EXPECT_THAT(event["value"].get<std::string>(), HasSubstr(reason));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    , BadMessages,
-    testing::Values(
-        std::pair("{\"type\": ", "control connection: [json.exception.parse_error.101]"),
-        std::pair("[1]", "control connection: expected an object, found an array"),
-        std::pair("{}", "control connection: the key \"type\" is missing"),
-        std::pair("{\"type\": 5}", "control connection: type: expected a string, found 5")));
-
-TEST(ControlConnection, FrameOfNoBytesEndsTheClient) {
-  Bench bench;
-  bench.Handshake();
-  bench.client->SendBytes(std::string(4, '\0'));
-  EXPECT_TRUE(bench.client->Closed());
+TEST(ControlConnection, WhatIsNoMessageEndsTheRunWithAnErrorEvent) {
+  for (const auto& [text, reason] :
+       {std::pair("{\"type\": ", "control connection: [json.exception.parse_error.101]"),
+        {"[1]", "control connection: expected an object, found an array"},
+        {"{}", "control connection: the key \"type\" is missing"},
+        {"{\"type\": 5}", "control connection: type: expected a string, found 5"}}) {
+    Bench bench;
+    TerminateRecorder ended;
+    bench.Handshake();
+    testing::internal::CaptureStderr();
+    bench.client->SendBytes(ControlClient::Frame(text));
+    const json event = bench.client->Receive();
+    bench.connection.ReleasePeripherals();  // waits for the server's thread
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(reason));
+    EXPECT_THAT(ended.codes, ElementsAre(1));
+    EXPECT_EQ(event["description"], "user_error");
+    EXPECT_THAT(event["value"].get<std::string>(), HasSubstr(reason));
+  }
 }
 
 TEST(ControlConnection, FrameBeyondTheLimitEndsTheClientAndNotTheRun) {
@@ -269,18 +166,18 @@ TEST(ControlConnection, MessagesAreNumberedFromTheFirstThatIsSent) {
   bench.mcu.clock().Tickrement(64);
   OrvoSignals::Get().send_json_message.emit({{"a", 1}});
   OrvoSignals::Get().send_json_event.emit({{"description", "hello"}});
-  EXPECT_EQ(bench.client->Receive(), nlohmann::json({{"a", 1}, {"message_id", 1}}));
-  EXPECT_EQ(bench.client->Receive(), nlohmann::json({{"type", "event"},
-                                                     {"description", "hello"},
-                                                     {"device_time", 1000.0},
-                                                     {"message_id", 2}}));
+  EXPECT_EQ(bench.client->Receive(), json({{"a", 1}, {"message_id", 1}}));
+  EXPECT_EQ(bench.client->Receive(), json({{"type", "event"},
+                                           {"description", "hello"},
+                                           {"device_time", 1000.0},
+                                           {"message_id", 2}}));
 }
 
 TEST(ControlConnection, BeforeTheChipEventsAreOfTimeZero) {
   ControlBench bench;
   bench.Handshake();
   UserError("Something " + std::string("\xff") + " odd");  // not UTF-8
-  const nlohmann::json event = bench.client->Receive();
+  const json event = bench.client->Receive();
   EXPECT_TRUE(event["device_time"].is_number_integer());
   EXPECT_EQ(event["description"], "user_error");
   EXPECT_EQ(event["value"], "Something \xef\xbf\xbd odd");
@@ -292,7 +189,7 @@ TEST(ControlConnection, PinEventsCarryTheWire) {
   std::vector<WireLogicLevelEvent> events{{1, 17, 3, 3.0}, {0, 18, 4, 0.0}};
   bench.connection.SendPinLogicLevelEvents(&events);
   for (const auto& [wire, level] : {std::pair(17, 1), std::pair(18, 0)}) {
-    const nlohmann::json event = bench.client->Receive();
+    const json event = bench.client->Receive();
     EXPECT_EQ(event["description"], "pin_level_event");
     EXPECT_EQ(event["pin_number"], wire);
     EXPECT_EQ(event["transition_type"], level);
@@ -305,8 +202,8 @@ TEST(ControlConnection, PinEventsCarryTheWire) {
 TEST(CommandsToTheSdk, ReplyComesThroughBehindFurtherCommands) {
   Bench bench;
   bench.Handshake();
-  nlohmann::json reply;
-  bench.block->action = [&](const nlohmann::json& command) {
+  json reply;
+  bench.block->action = [&](const json& command) {
     if (command["command"] == "ask") {
       reply = bench.connection.SendJsonCommand({{"description", "i2c_event"}});
     }
@@ -319,35 +216,26 @@ TEST(CommandsToTheSdk, ReplyComesThroughBehindFurtherCommands) {
   bench.Command("first", {{"command", "ask"}});
   EXPECT_TRUE(bench.RunUntil([&] { return bench.block->commands.size() == 2; }));
   sdk.join();
-  EXPECT_EQ(reply, nlohmann::json({{"type", "response"}, {"ack", true}}));
+  EXPECT_EQ(reply, json({{"type", "response"}, {"ack", true}}));
 }
 
-TEST(CommandsToTheSdk, WaitEndsWhenTheClientLeaves) {
-  Bench bench;
-  bench.Handshake();
-  std::thread sdk([&] {
-    bench.client->Receive();
-    bench.client.reset();
-  });
-  EXPECT_THAT(ErrorOf([&] {
-                bench.connection.SendJsonCommand({{"description", "ask"}});
-              }),
-              StartsWith("UserError: The SDK left without a reply to {\"description\":\"ask\"}"));
-  sdk.join();
-}
-
-TEST(CommandsToTheSdk, WaitEndsWithTheRun) {
-  Bench bench;
-  bench.Handshake();
-  std::thread stopper([&] {
-    bench.client->Receive();
-    bench.connection.Stop();
-  });
-  EXPECT_EQ(ErrorOf([&] {
-              bench.connection.SendJsonCommand({{"description", "ask"}});
-            }),
-            "OrvoError: The run was stopped while it waited for the SDK's reply");
-  stopper.join();
+TEST(CommandsToTheSdk, WaitEndsWhenTheClientLeavesOrTheRunIsStopped) {
+  for (const bool leaves : {true, false}) {
+    Bench bench;
+    bench.Handshake();
+    std::thread sdk([&] {
+      bench.client->Receive();
+      leaves ? bench.client.reset() : bench.connection.Stop();
+    });
+    EXPECT_THAT(ErrorOf([&] {
+                  bench.connection.SendJsonCommand({{"description", "ask"}});
+                }),
+                HasSubstr(leaves ? "UserError: The SDK left without a reply to "
+                                   "{\"description\":\"ask\""
+                                 : "OrvoError: The run was stopped while it waited for the SDK's "
+                                   "reply"));
+    sdk.join();
+  }
 }
 
 }  // namespace

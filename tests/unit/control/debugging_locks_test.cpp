@@ -74,14 +74,10 @@ TEST_F(DebuggingLocksTest, BreakpointsAreFoundAndRemoved) {
   EXPECT_TRUE(locks.CheckBreakpoints(0x100));
 }
 
-TEST_F(DebuggingLocksTest, PauseBeforeTheRunHoldsTheFirstInstruction) {
+TEST_F(DebuggingLocksTest, ResumeGoesToTheBreakpointAndAStepExecutesOneInstruction) {
   StartPaused();
   EXPECT_TRUE(Stands());
   EXPECT_EQ(pc, 0u);
-}
-
-TEST_F(DebuggingLocksTest, ResumeReturnsAtTheBreakpointBeforeItsInstruction) {
-  StartPaused();
   locks.AddBreakpoint(0x20);
   locks.ResumeMcu();
   EXPECT_EQ(pc, 0x20u);
@@ -89,25 +85,13 @@ TEST_F(DebuggingLocksTest, ResumeReturnsAtTheBreakpointBeforeItsInstruction) {
   EXPECT_TRUE(Stands());
   locks.ResumeMcu();
   EXPECT_EQ(mcu.clock().ticks(), 0x10u + 0x80) << "once round";
-}
-
-TEST_F(DebuggingLocksTest, StepExecutesOneInstruction) {
-  StartPaused();
-  locks.AddBreakpoint(0x20);
-  locks.ResumeMcu();
   locks.RemoveBreakpoint(0x20);
   locks.ResumeMcuOneStep();
   EXPECT_EQ(pc, 0x22u);
-  locks.ResumeMcuOneStep();
+  locks.AddBreakpoint(0x24);
+  locks.ResumeMcuOneStep();  // two reasons to stop
   EXPECT_EQ(pc, 0x24u);
   EXPECT_TRUE(Stands());
-}
-
-TEST_F(DebuggingLocksTest, StepOntoABreakpointStopsAtItOnce) {
-  StartPaused();
-  locks.AddBreakpoint(0x02);
-  locks.ResumeMcuOneStep();
-  EXPECT_EQ(pc, 0x02u);
 }
 
 TEST_F(DebuggingLocksTest, PauseStopsARunningLoop) {

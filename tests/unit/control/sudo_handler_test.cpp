@@ -9,10 +9,11 @@
 namespace orvo {
 namespace {
 
+using nlohmann::json;
 using testing::ElementsAre;
 
 constexpr unsigned kSudoStart = 0xA0000000;
-constexpr unsigned kNsPerTickTimes64 = 1000;  // 64 ticks of a 64 MHz clock
+constexpr unsigned kNsOf64Ticks = 1000;  // at 64 MHz
 
 struct Bench : ControlBench {
   SudoHandler* sudo = new SudoHandler(&mcu, "SUDO", kSudoStart, 4096, {}, {});
@@ -24,13 +25,13 @@ struct Bench : ControlBench {
     mcu.clock().Tickrement(1);  // past the pause that the handshake asked for
   }
 
-  void Do(nlohmann::json command, const std::string& name) {
+  void Do(json command, const std::string& name) {
     command["command"] = name;
     sudo->DoCommand(command);
   }
   // The next message without its number.
-  nlohmann::json Receive() {
-    nlohmann::json message = client->Receive();
+  json Receive() {
+    json message = client->Receive();
     message.erase("message_id");
     return message;
   }
@@ -39,83 +40,45 @@ struct Bench : ControlBench {
   }
 };
 
-struct ReplyCase {
-  std::string command;
-  nlohmann::json keys;
-  nlohmann::json reply;  // without its type
-};
-
-class SudoReplies : public testing::TestWithParam<ReplyCase> {};
-
-TEST_P(SudoReplies, AnswerACommand) {
-  Bench bench;
-  bench.mcu.clock().Tickrement(63);
-  bench.Do(GetParam().keys, GetParam().command);
-  nlohmann::json reply = GetParam().reply;
-  reply["type"] = "response";
-  EXPECT_EQ(bench.Receive(), reply);
+TEST(SudoHandler, AnswersItsCommands) {
+  const json none = json::object();
+  const std::tuple<const char*, json, json> cases[] = {
+      {"stop_after", {{"nanoseconds", 1000}}, {{"description", "ok"}}},
+      {"cancel_stop", none, {{"description", "stop_canceled"}}},
+      {"stop_after", {{"nanoseconds", 0}}, {{"description", "ok"}}},
+      {"resume_running", none, {{"description", "resumed"}}},
+      {"get_device_time", none, {{"description", "device_time"}, {"value", 1000.0}}},
+      {"get_pin_level", {{"pin_number", 5u}}, {{"value", true}}},
+      {"get_pin_level", {{"pin_number", "GND"}}, {{"value", false}}},
+      {"get_pin_level", {{"pin_number", "vdd"}}, {{"value", true}}}};
+  for (auto [command, keys, reply] : cases) {
+    Bench bench;
+    bench.mcu.clock().Tickrement(63);
+    bench.Do(keys, command);
+    if (!reply.contains("description")) reply["description"] = "value_response";
+    reply["type"] = "response";
+    EXPECT_EQ(bench.Receive(), reply);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , SudoReplies,
-    testing::Values(
-        ReplyCase{"stop_after", {{"nanoseconds", 1000}}, {{"description", "ok"}}},
-        ReplyCase{"stop_after", {{"nanoseconds", 0}}, {{"description", "ok"}}},
-        ReplyCase{"cancel_stop", nlohmann::json::object(), {{"description", "stop_canceled"}}},
-        ReplyCase{"resume_running", nlohmann::json::object(), {{"description", "resumed"}}},
-        ReplyCase{"get_state",
-                  nlohmann::json::object(),
-                  {{"description", "emulator_state"}, {"value", "running"}}},
-        ReplyCase{"get_device_time",
-                  nlohmann::json::object(),
-                  {{"description", "device_time"}, {"value", 1000.0}}},
-        ReplyCase{"get_pin_level",
-                  {{"pin_number", 5u}},
-                  {{"description", "value_response"}, {"value", true}}},
-        ReplyCase{"get_pin_level",
-                  {{"pin_number", "GND"}},
-                  {{"description", "value_response"}, {"value", false}}},
-        ReplyCase{"get_pin_level",
-                  {{"pin_number", "vdd"}},
-                  {{"description", "value_response"}, {"value", true}}}),
-    [](const auto& test) { return test.param.command + std::to_string(test.index); });
-
-struct RefusalCase {
-  std::string name;
-  nlohmann::json command;
-  std::string message;
-};
-
-class SudoRefusals : public testing::TestWithParam<RefusalCase> {};
-
-TEST_P(SudoRefusals, NameCommandAndKey) {
+TEST(SudoHandler, RefusesWithCommandAndKey) {
+  const std::pair<json, const char*> refusals[] = {
+      {{{"command", "fly"}}, "OrvoError: Unknown command type: fly in Sudo"},
+      {{{"command", "set_timer"}},
+       "UserError: command set_timer: the key \"nanoseconds\" is missing"},
+      {{{"command", "stop_after"}, {"nanoseconds", -1}},
+       "UserError: command stop_after: nanoseconds: expected an integer from 0 to "
+       "18446744073709551615, found -1"},
+      {{{"command", "get_pin_level"}}, "UserError: board.json: Missing pin pin_number"},
+      {{{"command", "set_pin_level"}, {"pin_number", 5u}, {"pin_level", "up"}},
+       "UserError: command set_pin_level: pin_level: expected a number, found a string"},
+      {{{"command", "set_pin_level"}, {"pin_number", "vdd"}, {"pin_level", 0}},
+       "OrvoError: Only wire level and wire voltage can be read from vdd/gnd wires"}};
   Bench bench;
-  EXPECT_EQ(ErrorOf([&] { bench.sudo->DoCommand(GetParam().command); }), GetParam().message);
+  for (const auto& [command, message] : refusals) {
+    EXPECT_EQ(ErrorOf([&] { bench.sudo->DoCommand(command); }), message);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    , SudoRefusals,
-    testing::Values(
-        RefusalCase{
-            "unknown", {{"command", "fly"}}, "OrvoError: Unknown command type: fly in Sudo"},
-        RefusalCase{"no_time",
-                    {{"command", "set_timer"}},
-                    "UserError: command set_timer: the key \"nanoseconds\" is missing"},
-        RefusalCase{"negative_time",
-                    {{"command", "stop_after"}, {"nanoseconds", -1}},
-                    "UserError: command stop_after: nanoseconds: expected an integer from 0 to "
-                    "18446744073709551615, found -1"},
-        RefusalCase{"no_pin",
-                    {{"command", "get_pin_level"}},
-                    "UserError: board.json: Missing pin pin_number"},
-        RefusalCase{"type_of_level",
-                    {{"command", "set_pin_level"}, {"pin_number", 5u}, {"pin_level", "up"}},
-                    "UserError: command set_pin_level: pin_level: expected a number, found a "
-                    "string"},
-        RefusalCase{"supply",
-                    {{"command", "set_pin_level"}, {"pin_number", "vdd"}, {"pin_level", 0}},
-                    "OrvoError: Only wire level and wire voltage can be read from vdd/gnd wires"}),
-    [](const auto& test) { return test.param.name; });
 
 TEST(SudoHandler, SetPinLevelDrivesTheWireAndIsReported) {
   Bench bench;
@@ -127,24 +90,18 @@ TEST(SudoHandler, SetPinLevelDrivesTheWireAndIsReported) {
   EXPECT_TRUE(bench.wires.GetWireLevel(9));
 }
 
-TEST(SudoHandler, StopAfterPausesAtItsTick) {
+TEST(SudoHandler, StopAfterPausesAtItsTickUnlessItWasCanceled) {
   Bench bench;
-  bench.Do({{"nanoseconds", kNsPerTickTimes64}}, "stop_after");
+  bench.Do({{"nanoseconds", kNsOf64Ticks}}, "stop_after");
+  bench.Do(json::object(), "cancel_stop");
+  bench.mcu.clock().Tickrement(100);
+  EXPECT_FALSE(bench.mcu.IsPauseState());
+  bench.Do({{"nanoseconds", kNsOf64Ticks}}, "stop_after");
   bench.mcu.clock().Tickrement(63);
   EXPECT_FALSE(bench.mcu.IsPauseState());
   bench.mcu.Stop();  // so that the pause doesn't wait for a resume
   bench.mcu.clock().Tickrement(1);
   EXPECT_TRUE(bench.mcu.IsPauseState());
-}
-
-TEST(SudoHandler, CanceledStopPausesNothingAndCanBeAskedForAgain) {
-  Bench bench;
-  for (int i = 0; i < 2; ++i) {
-    bench.Do({{"nanoseconds", kNsPerTickTimes64}}, "stop_after");
-    bench.Do(nlohmann::json::object(), "cancel_stop");
-  }
-  bench.mcu.clock().Tickrement(100);
-  EXPECT_FALSE(bench.mcu.IsPauseState());
 }
 
 TEST(SudoHandler, EachTimerPausesAndReportsItself) {
@@ -153,7 +110,7 @@ TEST(SudoHandler, EachTimerPausesAndReportsItself) {
   std::vector<int> ids;
   for (const unsigned microseconds : {2u, 1u}) {
     bench.Do({{"nanoseconds", microseconds * 1000.0}}, "set_timer");
-    const nlohmann::json reply = bench.Receive();
+    const json reply = bench.Receive();
     EXPECT_EQ(reply["description"], "set_timer");
     EXPECT_EQ(reply["ticks"], microseconds * 64);
     ids.push_back(reply["timer_id"]);
@@ -164,7 +121,7 @@ TEST(SudoHandler, EachTimerPausesAndReportsItself) {
     bench.mcu.clock().Tickrement(64);
     EXPECT_TRUE(bench.mcu.IsPauseState());
     bench.mcu.Resume(false);
-    const nlohmann::json event = bench.Receive();
+    const json event = bench.Receive();
     EXPECT_EQ(event["description"], "timer_id");
     EXPECT_EQ(event["value"], id);
     EXPECT_EQ(bench.Receive()["description"], "stopped");
@@ -173,44 +130,39 @@ TEST(SudoHandler, EachTimerPausesAndReportsItself) {
 
 TEST(SudoHandler, TimerOfOneIdRunsOnceAtATime) {
   Bench bench;
-  bench.sudo->SetTimer(kNsPerTickTimes64, 77);
+  bench.sudo->SetTimer(kNsOf64Ticks, 77);
   EXPECT_EQ(ErrorOf([&] { bench.sudo->SetTimer(1, 77); }),
             "OrvoError: Can't set timer twice by same id: 77 in Sudo");
   bench.mcu.Stop();
   bench.mcu.clock().Tickrement(64);
-  bench.sudo->SetTimer(kNsPerTickTimes64, 77);
+  bench.sudo->SetTimer(kNsOf64Ticks, 77);
 }
 
-TEST(SudoHandler, TerminateEndsTheRunWithCode0) {
+TEST(SudoHandler, PausedStateIsReportedAndTerminateEndsTheRunWithCode0) {
   Bench bench;
   TerminateRecorder ended;
-  bench.Do(nlohmann::json::object(), "terminate");
-  EXPECT_THAT(ended.codes, ElementsAre(0));
-}
-
-TEST(SudoHandler, PausedStateIsReported) {
-  Bench bench;
+  bench.Do(json::object(), "get_state");
+  EXPECT_EQ(bench.Receive()["value"], "running");
   bench.mcu.Stop();
-  bench.Do(nlohmann::json::object(), "pause");
+  bench.Do(json::object(), "pause");
   bench.mcu.clock().Tickrement(1);
   EXPECT_EQ(bench.Receive()["value"], "paused");  // the answer to "pause"
   EXPECT_EQ(bench.Receive()["description"], "stopped");
-  bench.Do(nlohmann::json::object(), "get_state");
+  bench.Do(json::object(), "get_state");
   EXPECT_EQ(bench.Receive()["value"], "paused");
+  bench.Do(json::object(), "terminate");
+  EXPECT_THAT(ended.codes, ElementsAre(0));
 }
 
 // ---- Tasks of the firmware ----
 
-TEST(SudoTasks, ExitReportsItsCodeAndPauses) {
+// Its report: tests/system/control_connection_test.cpp.
+TEST(SudoTasks, ExitPausesForAnyValueBut0) {
   Bench bench;
-  bench.Write(SudoHandler::EXIT_CODE, 42);
-  bench.Write(SudoHandler::TASKS_EXIT, 0);
-  EXPECT_FALSE(bench.mcu.IsPauseState());
-  bench.Write(SudoHandler::TASKS_EXIT, 1);
-  EXPECT_TRUE(bench.mcu.IsPauseState());
-  const nlohmann::json event = bench.Receive();
-  EXPECT_EQ(event["description"], "sudo_exit");
-  EXPECT_EQ(event["value"], 42);
+  for (const unsigned value : {0u, 2u}) {
+    bench.Write(SudoHandler::TASKS_EXIT, value);
+    EXPECT_EQ(bench.mcu.IsPauseState(), value != 0);
+  }
 }
 
 class Port : public PlainSection, public GpioPort {
@@ -223,29 +175,25 @@ class Port : public PlainSection, public GpioPort {
   PinManager pins_;
 };
 
-TEST(SudoTasks, ApplyPinForcesThePinsWire) {
+TEST(SudoTasks, ApplyPinForcesThePinsWireOfAModelledPort) {
   Bench bench;
+  const auto apply = [&](unsigned value) {
+    return ErrorOf([&] { bench.Write(SudoHandler::TASKS_APPLY_PIN, value); });
+  };
+  EXPECT_EQ(apply(1), "OrvoError: Unknown section : P0 in memory section");
+  bench.mcu.memory().AddSection(new PlainSection(&bench.mcu, "P0", 0x50000000, 4096));
+  EXPECT_EQ(apply(1), "OrvoError: SUDO can't force a pin: section P0 is no model of a GPIO port");
   bench.mcu.memory().AddSection(new Port(&bench.mcu, &bench.wires));
   bench.Write(SudoHandler::GPIO_PIN, 2);
-  bench.Write(SudoHandler::TASKS_APPLY_PIN, 0);
+  EXPECT_EQ(apply(0), "");
   EXPECT_TRUE(bench.wires.GetWireLevel(12));
-  bench.Write(SudoHandler::TASKS_APPLY_PIN, 1);
+  EXPECT_EQ(apply(1), "");
   EXPECT_FALSE(bench.wires.GetWireLevel(12));
   bench.Write(SudoHandler::GPIO_VALUE, 8);
-  bench.Write(SudoHandler::TASKS_APPLY_PIN, 1);
+  EXPECT_EQ(apply(1), "");
   EXPECT_TRUE(bench.wires.GetWireLevel(12));
   bench.Write(SudoHandler::GPIO_PIN, 3);
-  EXPECT_EQ(ErrorOf([&] { bench.Write(SudoHandler::TASKS_APPLY_PIN, 1); }),
-            "UserError: SUDO can't force pin 3: port P0 has 3 pins");
-}
-
-TEST(SudoTasks, ApplyPinNeedsAModelOfThePort) {
-  Bench bench;
-  EXPECT_EQ(ErrorOf([&] { bench.Write(SudoHandler::TASKS_APPLY_PIN, 1); }),
-            "OrvoError: Unknown section : P0 in memory section");
-  bench.mcu.memory().AddSection(new PlainSection(&bench.mcu, "P0", 0x50000000, 4096));
-  EXPECT_EQ(ErrorOf([&] { bench.Write(SudoHandler::TASKS_APPLY_PIN, 1); }),
-            "OrvoError: SUDO can't force a pin: section P0 is no model of a GPIO port");
+  EXPECT_EQ(apply(1), "UserError: SUDO can't force pin 3: port P0 has 3 pins");
 }
 
 }  // namespace

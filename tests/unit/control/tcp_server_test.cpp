@@ -57,27 +57,20 @@ TEST(TcpServer, SlowClientGetsAll) {
   EXPECT_EQ(received, kLongText.size());
 }
 
-TEST(TcpServer, StopEndsASendThatNobodyReads) {
-  ServerBench bench;
-  std::thread stopper([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    bench.server.Stop();
-  });
-  bench.server.SendPacket(kLongText.data(), static_cast<long>(kLongText.size()));
-  stopper.join();
-}
-
-TEST(TcpServer, NextClientEndsASendToTheOneBefore) {
-  ServerBench bench;
-  bench.client.EndSending();
-  std::thread newcomer([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    ControlClient next(bench.port);
-    next.SendBytes("new");
-    EXPECT_TRUE(WaitUntil([&] { return bench.server.received() == "new"; }));
-  });
-  bench.server.SendPacket(kLongText.data(), static_cast<long>(kLongText.size()));
-  newcomer.join();
+TEST(TcpServer, StopOrTheNextClientEndsASendThatNobodyReads) {
+  for (const bool stop : {true, false}) {
+    ServerBench bench;
+    bench.client.EndSending();
+    std::thread other([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      if (stop) return bench.server.Stop();
+      ControlClient next(bench.port);
+      next.SendBytes("new");
+      EXPECT_TRUE(WaitUntil([&] { return bench.server.received() == "new"; }));
+    });
+    bench.server.SendPacket(kLongText.data(), static_cast<long>(kLongText.size()));
+    other.join();
+  }
 }
 
 TEST(TcpServer, ClientThatHasEndedSendingStillHears) {
@@ -109,8 +102,6 @@ TEST(TcpServer, SelectParametersMustBeThere) {
     EXPECT_EQ(ErrorOf([&] { server.SetSelectParams(s, t); }),
               "OrvoError: TcpServer::SetSelectParams - can not get null params");
   }
-  server.SetSelectParams(&set, &timeout);
-  EXPECT_EQ(timeout.tv_usec, 1000);
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
-// Host arithmetic with its exception flags, and the helpers that no instruction of this core uses
-// yet.
+// Arithmetic with its exception flags, the host's and ours, and the helpers that no instruction of
+// this core uses yet.
 #include "core/fpu.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 
+#include "core/exact_flags.h"
 #include "support/core_bench.h"
 
 namespace orvo {
@@ -40,21 +42,84 @@ std::vector<Outcome> AllOperations(float a, float b) {
           Run<Host>([&] { return Host::SquareRoot(a); })};
 }
 
-TEST(HostFloat, AgreesWithTheStandardLibraryOnResultsAndFlags) {
-  constexpr unsigned kCorners[] = {0,          0x80000000, 0x3f800000, 0x7f800000, 0xff800000,
-                                   0x7fc00001, 0x7f800001, 0x00000001, 0x00800000, 0x7f7fffff,
-                                   0x4f000000, 0xcf000000, 0xcf000001, 0x3f800001};
-  std::mt19937 random(3);
-  const auto value = [&] {
-    const unsigned word = static_cast<unsigned>(random());
+// Any bits, often ones at an edge of the number range.
+class RandomOperands {
+ public:
+  float Next() {
+    constexpr unsigned kCorners[] = {0,          0x80000000, 0x3f800000, 0x7f800000, 0xff800000,
+                                     0x7fc00001, 0x7f800001, 0x00000001, 0x00800000, 0x7f7fffff,
+                                     0x4f000000, 0xcf000000, 0xcf000001, 0x3f800001};
+    const unsigned word = static_cast<unsigned>(random_());
     return Uint32ToFloat32(
-        static_cast<int>(random() % 3 == 0 ? kCorners[word % std::size(kCorners)] : word));
-  };
+        static_cast<int>(random_() % 3 == 0 ? kCorners[word % std::size(kCorners)] : word));
+  }
+  // Near another number, or a whole one: sums and products of these are often exact.
+  float NextTo(float other) {
+    const unsigned word = static_cast<unsigned>(random_());
+    switch (word % 4) {
+      case 0:
+        return Uint32ToFloat32(static_cast<int>(Float32ToUint32(other) ^ (word >> 16 & 15)));
+      case 1:
+        return std::ldexp(static_cast<float>(word >> 24), static_cast<int>(word >> 4 & 31));
+      default:
+        return Next();
+    }
+  }
+
+ private:
+  std::mt19937 random_{3};
+};
+
+TEST(HostFloat, AgreesWithTheStandardLibraryOnResultsAndFlags) {
+  RandomOperands operands;
   for (int n = 0; n < 20'000; ++n) {
-    const float a = value(), b = value();
+    const float a = operands.Next(), b = operands.Next();
     ASSERT_EQ(AllOperations<HostFloat>(a, b), AllOperations<PortableFloat>(a, b))
         << std::hex << Float32ToUint32(a) << " " << Float32ToUint32(b);
   }
+}
+
+// What an operation leaves in FPSCR that held `known`.
+template <class Operation>
+Outcome Cumulative(unsigned known, Operation operation) {
+  registers_->fpscr() = known;
+  const float result = operation();
+  return {Float32ToUint32(result), registers_->fpscr()};
+}
+
+template <class Operation>
+Outcome OnTheHost(unsigned known, Operation operation) {
+  HostFloat::Forget(0);
+  const float result = operation();
+  return {Float32ToUint32(result), HostFloat::Raised() | known};
+}
+
+TEST(ExactFlags, AreThoseOfTheHostWithoutAskingIt) {
+  CoreBench bench;
+  RandomOperands operands;
+  int exact = 0;
+  for (int n = 0; n < 200'000; ++n) {
+    const float a = operands.Next(), b = operands.NextTo(a);
+    SCOPED_TRACE(testing::Message() << std::hex << Float32ToUint32(a) << " " << Float32ToUint32(b));
+    for (const unsigned known : {0u, fpscr::kIxc}) {
+      const auto expect_equal = [known](auto ours, auto hosts) {
+        ASSERT_EQ(Cumulative(known, ours), OnTheHost(known, hosts));
+      };
+      expect_equal([=] { return FpuAdd(a, b); }, [=] { return HostFloat::Add(a, b); });
+      expect_equal([=] { return FpuSubtract(a, b); }, [=] { return HostFloat::Subtract(a, b); });
+      expect_equal([=] { return FpuMultiply(a, b); }, [=] { return HostFloat::Multiply(a, b); });
+      expect_equal([=] { return FpuDivide(a, b); }, [=] { return HostFloat::Divide(a, b); });
+      expect_equal([=] { return FpuSquareRoot(a); }, [=] { return HostFloat::SquareRoot(a); });
+    }
+    if (HasFatalFailure()) return;
+    const long integer = n % 2 == 0 ? Float32ToInt32(a) : static_cast<long>(Float32ToUint32(a));
+    const Outcome converted = Cumulative(0, [=] { return FpuFromInteger(integer); });
+    const bool lost = static_cast<double>(Uint32ToFloat32(static_cast<int>(converted.bits))) !=
+                      static_cast<double>(integer);
+    ASSERT_EQ(converted.flags, lost ? fpscr::kIxc : 0u) << integer;
+    exact += Cumulative(0, [=] { return FpuAdd(a, b); }).flags == 0;
+  }
+  EXPECT_GT(exact, 20'000);
 }
 
 TEST(HostFloat, ForgetsOnlyWhatIsNotKnownYet) {

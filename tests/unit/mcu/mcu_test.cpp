@@ -13,6 +13,7 @@
 namespace orvo {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -87,31 +88,8 @@ TEST(McuDevices, LiveAsLongAsTheChip) {
   EXPECT_FALSE(alive);
 }
 
-// --- Reset ---------------------------------------------------------------------------------------
-
-TEST_F(McuTest, ResetReadsStackPointerAndPcFromTheVectorTable) {
-  registers.control() = control::kProcessStack;
-  registers.set_xpsr(0xf0000000);
-  registers.word(kPsp) = 1;
-  mcu.Reset(kPowerOnReset);
-  EXPECT_EQ(registers.sp(), kStackTop);
-  EXPECT_EQ(registers.word(kMsp), kStackTop);
-  EXPECT_EQ(registers.pc(), HandlerOf(kReset));
-  EXPECT_EQ(registers.lr(), 0xffffffffu);
-  EXPECT_EQ(registers.xpsr() | registers.control() | registers.word(kPsp), 0u);
-}
-
-TEST_F(McuTest, ResetStartsInTheVectorTableThatVtorSelectedBefore) {
-  // The stack pointer comes from flash all the same.
-  constexpr unsigned kTable = 0x8000;
-  SetVector(kTable, kReset, 0x9001);
-  mcu.memory().set<false>(0xe000ed08, kTable);
-  mcu.Reset(kSoftwareReset);
-  EXPECT_EQ(registers.pc(), 0x9001u);
-  EXPECT_EQ(registers.sp(), kStackTop);
-}
-
-// --- Questions -----------------------------------------------------------------------------------
+// --- Questions and virtual time
+// ----------------------------------------------------------------------
 
 TEST_F(McuTest, PrivilegeIsLostInThreadModeOnly) {
   EXPECT_TRUE(mcu.IsPrevilegedMode());
@@ -141,29 +119,20 @@ TEST_F(McuTest, TheDumpHasTheRegistersAndThenTheSections) {
   EXPECT_THAT(dump.str(), StartsWith("Regs:\nR0: 0x00000000\n"));
   EXPECT_THAT(dump.str(), HasSubstr("\nR11: 0x00000abc\n"));
   EXPECT_THAT(dump.str(), HasSubstr("\nR278: 0x00000000\n\n\nFlash:\n"));
-  EXPECT_THAT(dump.str(), HasSubstr("\n\nSystemControlBlock:\n"));
+  EXPECT_THAT(dump.str(), ContainsRegex("\n\nData RAM:\n[^:]*\n\nSystemControlBlock:\n"));
 }
 
-// --- Virtual time --------------------------------------------------------------------------------
-
-struct TimeCase {
-  unsigned long ticks, hz, ns;
-};
-
-TEST(McuTime, NanosecondsTruncate) {
-  for (const TimeCase& c : {TimeCase{1, 64'000'000, 15}, TimeCase{64, 64'000'000, 1000},
-                            TimeCase{3, 1'000'000'000, 3}, TimeCase{1000, 0, 0}}) {
+TEST(McuTime, NanosecondsTruncateAndDeviceTimeKeepsFractions) {
+  for (const auto& [ticks, hz, ns] : {std::tuple(1, 64'000'000ul, 15ul),
+                                      {64, 64'000'000, 1000},
+                                      {3, 1'000'000'000, 3},
+                                      {1000, 0, 0}}) {
     TestMcu mcu;
-    mcu.clock().SetFrequency(c.hz);
-    mcu.clock().Tickrement(static_cast<int>(c.ticks));
-    EXPECT_EQ(mcu.GetTimeNs(), c.ns) << c.ticks << " at " << c.hz;
+    mcu.clock().SetFrequency(hz);
+    mcu.clock().Tickrement(ticks);
+    EXPECT_EQ(mcu.GetTimeNs(), ns) << ticks << " at " << hz;
+    EXPECT_DOUBLE_EQ(mcu.GetDeviceTime(), ticks == 1 ? 15.625 : static_cast<double>(ns));
   }
-}
-
-TEST(McuTime, DeviceTimeKeepsFractions) {
-  TestMcu mcu;
-  mcu.clock().Tickrement(1);
-  EXPECT_DOUBLE_EQ(mcu.GetDeviceTime(), 15.625);
 }
 
 TEST(McuTime, RelativeTimeCountsFromItsOrigin) {
@@ -185,52 +154,13 @@ TEST(McuTime, CpuTimeIsPrintedForA64MHzClockWhateverTheFrequency) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "0:01.000025\n");
 }
 
-// --- wfe and sev ---------------------------------------------------------------------------------
-
-TEST_F(McuTest, ALatchedEventLetsWfeReturnAtOnceAndIsUsedUp) {
-  mcu.SetEventHappened(true);
-  EXPECT_TRUE(mcu.TakeEvent());
-  EXPECT_FALSE(mcu.TakeEvent());
-}
-
-TEST_F(McuTest, WfeSleepsUntilTheTickOfAnInterruptAndTheNextOneFindsTheEvent) {
-  CallLog log;
-  TickRecorder timer("timer", &log, [this](unsigned long) {
-    Raise(3);
-    return 0ul;
-  });
-  Enable(3);
-  mcu.clock().AttachToTick(500, &timer, false);
-  mcu.WaitForEvent();
-  EXPECT_EQ(mcu.clock().ticks(), 500u);
-  mcu.WaitForEvent();  // the latch is still set
-  EXPECT_EQ(mcu.clock().ticks(), 500u);
-}
-
-TEST_F(McuTest, ServiceFunctionsRunWhileTheCoreSleeps) {
+// What else wakes wfe: tests/instructions/system_test.cpp and firmware/programs/sleep_and_reset.c.
+TEST(McuSleep, ServiceFunctionsRunWhileTheCoreSleeps) {
+  TestMcu mcu;
   mcu.clock().service().GoFunction(
-      1000, [this](int) { mcu.SetEventHappened(true); }, false, 0);
+      1000, [&](int) { mcu.SetEventHappened(true); }, false, 0);
   mcu.WaitForEvent();
   EXPECT_EQ(mcu.clock().ticks(), 64u);
-}
-
-TEST_F(McuTest, AStopEndsTheSleep) {
-  CallLog log;
-  TickRecorder stop("stop", &log, [this](unsigned long) {
-    mcu.Stop();
-    return 0ul;
-  });
-  mcu.clock().AttachToTick(9, &stop, false);
-  mcu.WaitForEvent();
-  EXPECT_EQ(mcu.clock().ticks(), 9u);
-}
-
-TEST_F(McuTest, SevSetsTheLatchOnlyWithSevOnPend) {
-  mcu.SendEvent();
-  EXPECT_FALSE(mcu.TakeEvent());
-  mcu.memory().set<false>(0xe000ed10, 1u << 4);
-  mcu.SendEvent();
-  EXPECT_TRUE(mcu.TakeEvent());
 }
 
 }  // namespace

@@ -10,10 +10,10 @@
 #include <set>
 #include <streambuf>
 
-#include "config/configuration_file_handler.h"
 #include "config/scenario_file_handler.h"
 #include "mcu/platform.h"
 #include "runner/errors.h"
+#include "support/board_pins.h"
 #include "wires/wire_manager.h"
 
 namespace orvo {
@@ -117,6 +117,7 @@ class RegisterWalk : public testing::TestWithParam<const char*> {
            message == "Case of offset 3 is currently not supported";
   }
 
+  BoardPins board_;
   ScenarioFileHandler scenario_;
   WireManager wires_{nullptr, 200, false, true};
   std::unique_ptr<Mcu> mcu_ = CreateMcu(GetParam(), scenario_, &wires_, nullptr);

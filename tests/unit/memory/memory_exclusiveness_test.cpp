@@ -1,7 +1,7 @@
+// The monitor beyond what tests/instructions/exclusive_test.cpp shows of pairs and widths.
 #include "memory/memory_exclusiveness.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/test_mcu.h"
 #include "unit/memory/recorder.h"
@@ -13,9 +13,12 @@ constexpr unsigned kAddress = TestMcu::kRamStart + 0x40;
 constexpr unsigned kR1 = kR0 + 1;
 constexpr unsigned kR2 = kR0 + 2;
 
-struct MonitorBench {
-  unsigned Status() { return mcu.registers().word(kR2); }
-  unsigned Word() { return mcu.memory().get<false>(kAddress); }
+struct MemoryExclusivenessTest : testing::Test {
+  // The status of a store of 5.
+  unsigned Store() {
+    monitor.Strex(kR2, 5, kAddress);
+    return mcu.registers().word(kR2);
+  }
   void EnterException(unsigned number) {
     mcu.registers().set_xpsr((mcu.registers().xpsr() & ~xpsr::kExceptionNumber) | number);
   }
@@ -24,109 +27,44 @@ struct MonitorBench {
   MemoryExclusiveness monitor{&mcu};
 };
 
-TEST(MemoryExclusiveness, StoresAfterALoadOfTheSameAddress) {
-  MonitorBench bench;
-  bench.mcu.memory().set<false>(kAddress, 0x11223344);
-  bench.monitor.Ldrex(kR1, kAddress);
-  EXPECT_EQ(bench.mcu.registers().word(kR1), 0x11223344u);
-  bench.mcu.registers().word(kR2) = 9;
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 0u);
-  EXPECT_EQ(bench.Word(), 5u);
+TEST_F(MemoryExclusivenessTest, NoticesOnlyAValueThatChangedSinceTheLastLoad) {
+  monitor.Ldrex(kR1, kAddress);
+  mcu.memory().set<true>(kAddress, 1);
+  EXPECT_EQ(Store(), 1u);
+  EXPECT_EQ(mcu.memory().get<false>(kAddress), 1u);
+  monitor.Ldrex(kR1, kAddress);
+  mcu.memory().set<true>(kAddress, 1);
+  EXPECT_EQ(Store(), 0u);
 }
 
-TEST(MemoryExclusiveness, RefusesAStoreWithoutALoad) {
-  MonitorBench bench;
-  bench.monitor.Ldrex(kR1, kAddress + 4);
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 1u);
-  EXPECT_EQ(bench.Word(), 0u);
+TEST_F(MemoryExclusivenessTest, ALoadServesItsLevelOnlyAndClrexForgetsAllLevels) {
+  EnterException(21);
+  monitor.Ldrex(kR1, kAddress);
+  EnterException(0);
+  EXPECT_EQ(Store(), 1u);
+  EnterException(21);
+  EXPECT_EQ(Store(), 0u);
+
+  monitor.Ldrex(kR1, kAddress);
+  EnterException(0);
+  monitor.Ldrex(kR1, kAddress);
+  monitor.Clrex();
+  EXPECT_EQ(Store(), 1u);
+  EnterException(21);
+  EXPECT_EQ(Store(), 1u);
 }
 
-TEST(MemoryExclusiveness, OneLoadServesOneStore) {
-  MonitorBench bench;
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.monitor.Strex(kR2, 0, kAddress);
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 1u);
-  EXPECT_EQ(bench.Word(), 0u);
+TEST_F(MemoryExclusivenessTest, LoadsTheStackPointerThroughItsBank) {
+  mcu.memory().set<false>(kAddress, 0x20001000);
+  monitor.Ldrex(kSp, kAddress);
+  EXPECT_EQ(mcu.registers().sp(), 0x20001000u);
 }
 
-TEST(MemoryExclusiveness, NoticesOnlyAChangedValue) {
-  MonitorBench bench;
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.mcu.memory().set<true>(kAddress, 1);
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 1u);
-  EXPECT_EQ(bench.Word(), 1u);
-
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.mcu.memory().set<true>(kAddress, 1);
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 0u);
-}
-
-TEST(MemoryExclusiveness, LaterLoadReplacesTheEarlier) {
-  MonitorBench bench;
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.mcu.memory().set<true>(kAddress, 7);
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.monitor.Strex(kR2, 8, kAddress);
-  EXPECT_EQ(bench.Status(), 0u);
-}
-
-TEST(MemoryExclusiveness, LoadInAnInterruptDoesNotServeAStoreInThreadMode) {
-  MonitorBench bench;
-  bench.EnterException(21);
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.EnterException(0);
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 1u);
-  bench.EnterException(21);
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 0u);
-}
-
-TEST(MemoryExclusiveness, ClrexForgetsAllLevels) {
-  MonitorBench bench;
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.EnterException(21);
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.monitor.Clrex();
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 1u);
-  bench.EnterException(0);
-  bench.monitor.Strex(kR2, 5, kAddress);
-  EXPECT_EQ(bench.Status(), 1u);
-}
-
-TEST(MemoryExclusiveness, NarrowFormsMoveTheirOwnWidth) {
-  MonitorBench bench;
-  bench.mcu.memory().set<false>(kAddress, 0xffffffff);
-  bench.monitor.Ldrexb(kR1, kAddress);
-  EXPECT_EQ(bench.mcu.registers().word(kR1), 0xffu);
-  bench.monitor.Strexb(kR2, 0x12, kAddress);
-  EXPECT_EQ(bench.Word(), 0xffffff12u);
-  bench.monitor.Ldrexh(kR1, kAddress + 2);
-  EXPECT_EQ(bench.mcu.registers().word(kR1), 0xffffu);
-  bench.monitor.Strexh(kR2, 0x3456, kAddress + 2);
-  EXPECT_EQ(bench.Word(), 0x3456ff12u);
-  EXPECT_EQ(bench.Status(), 0u);
-}
-
-TEST(MemoryExclusiveness, LoadsTheStackPointerThroughItsBank) {
-  MonitorBench bench;
-  bench.mcu.memory().set<false>(kAddress, 0x20001000);
-  bench.monitor.Ldrex(kSp, kAddress);
-  EXPECT_EQ(bench.mcu.registers().sp(), 0x20001000u);
-}
-
-TEST(MemoryExclusiveness, OnlyTheStoreIsNotified) {
-  MonitorBench bench;
+TEST_F(MemoryExclusivenessTest, OnlyTheStoreIsNotified) {
   Recorder watch;
-  bench.mcu.memory().GetSectionByName("Data RAM")->SetAccessObserver(&watch);
-  bench.monitor.Ldrex(kR1, kAddress);
-  bench.monitor.Strex(kR2, 5, kAddress);
+  mcu.memory().GetSectionByName("Data RAM")->SetAccessObserver(&watch);
+  monitor.Ldrex(kR1, kAddress);
+  EXPECT_EQ(Store(), 0u);
   EXPECT_THAT(watch.seen, testing::ElementsAre("20000040 5 w"));
 }
 

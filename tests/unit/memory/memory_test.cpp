@@ -1,12 +1,9 @@
+// The address space. Overlapping sections of the chips: tests/unit/nrf52/memory_map_test.cpp.
 #include "memory/memory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <sstream>
-#include <string>
-#include <vector>
-
+#include "support/error_of.h"
 #include "support/test_mcu.h"
 #include "unit/memory/recorder.h"
 
@@ -19,10 +16,9 @@ using testing::IsEmpty;
 constexpr unsigned kRam = TestMcu::kRamStart;
 constexpr unsigned kMmfar = 0xe000ed34;
 constexpr unsigned kCfsr = 0xe000ed28;
-constexpr unsigned kMmarValid = 1u << 7;
 
-struct MemoryBench {
-  MemoryBench() { mcu.setEnabled(kMemManage, true); }  // or it would escalate
+struct MemoryTest : testing::Test {
+  MemoryTest() { mcu.setEnabled(kMemManage, true); }  // or it would escalate
 
   PlainSection* Add(const std::string& name, unsigned start, unsigned size_bytes) {
     auto* section = new PlainSection(&mcu, name, start, size_bytes);
@@ -32,166 +28,102 @@ struct MemoryBench {
 
   TestMcu mcu;
   Memory& memory = mcu.memory();
+  MemorySection* flash = memory.GetSectionByName("Flash");
+  MemorySection* ram = memory.GetSectionByName("Data RAM");
 };
 
 // --- Accesses ------------------------------------------------------------------------------------
 
-TEST(Memory, LoadsAndStoresEveryWidthAtAnyAlignment) {
-  MemoryBench bench;
-  bench.memory.set<true>(kRam + 1, 0x44332211);
-  EXPECT_EQ(bench.memory.get<true>(kRam), 0x33221100u);
-  EXPECT_EQ(bench.memory.getHalfWord<true>(kRam + 3), 0x4433u);
-  bench.memory.setHalfWord<true>(kRam + 1, 0xbbaa);
-  bench.memory.setByte<true>(kRam + 4, 0xcc);
-  EXPECT_EQ(bench.memory.get<true>(kRam + 1), 0xcc33bbaau);
-  EXPECT_EQ(bench.memory.getByte<true>(kRam + 2), 0xbbu);
+TEST_F(MemoryTest, LoadsAndStoresEveryWidthAtAnyAlignment) {
+  memory.set<true>(kRam + 1, 0x44332211);
+  EXPECT_EQ(memory.get<true>(kRam), 0x33221100u);
+  EXPECT_EQ(memory.getHalfWord<true>(kRam + 3), 0x4433u);
+  memory.setHalfWord<true>(kRam + 1, 0xbbaa);
+  memory.setByte<true>(kRam + 4, 0xcc);
+  EXPECT_EQ(memory.get<true>(kRam + 1), 0xcc33bbaau);
+  EXPECT_EQ(memory.getByte<true>(kRam + 2), 0xbbu);
 }
 
-TEST(Memory, FlashIsErasedAndRamIsZeroAtFirst) {
-  MemoryBench bench;
-  EXPECT_EQ(bench.memory.get<true>(0), 0xffffffffu);
-  EXPECT_EQ(bench.memory.get<true>(kRam), 0u);
-}
-
-TEST(Memory, AccessOverTheEndOfASectionStaysInside) {
-  MemoryBench bench;
-  PlainSection* below = bench.Add("Below", 0x30000000, 8);
-  PlainSection* above = bench.Add("Above", 0x30000008, 8);
-  bench.memory.set<true>(0x30000006, 0x44332211);
+TEST_F(MemoryTest, AccessOverTheEndOfASectionStaysInside) {
+  PlainSection* below = Add("Below", 0x30000000, 8);
+  PlainSection* above = Add("Above", 0x30000008, 8);
+  memory.set<true>(0x30000006, 0x44332211);
   EXPECT_EQ(below->getHalfWord(6), 0x2211u);
   EXPECT_EQ(above->get(0), 0u);
   above->set(0, 0xffffffff);
-  EXPECT_EQ(bench.memory.get<true>(0x30000006), 0x00002211u);
-  EXPECT_EQ(bench.memory.get<true>(0x30000007), 0x00000022u);
+  EXPECT_EQ(memory.get<true>(0x30000006), 0x00002211u);
+  EXPECT_EQ(memory.get<true>(0x30000007), 0x00000022u);
 
   // Of RAM and flash too, which have a path of their own.
   const unsigned ram_end = kRam + TestMcu::kRamSizeBytes;
-  bench.memory.setHalfWord<true>(ram_end - 1, 0xbbaa);
-  EXPECT_EQ(bench.memory.get<true>(ram_end - 1), 0xaau);
-  EXPECT_EQ(bench.memory.get<true>(TestMcu::kFlashSizeBytes - 2), 0xffffu);
+  memory.setHalfWord<true>(ram_end - 1, 0xbbaa);
+  EXPECT_EQ(memory.get<true>(ram_end - 1), 0xaau);
+  EXPECT_EQ(memory.get<true>(TestMcu::kFlashSizeBytes - 2), 0xffffu);
 }
 
-TEST(Memory, SetBufferStoresByteByByteWithoutNotification) {
-  MemoryBench bench;
+TEST_F(MemoryTest, SetBufferStoresByteByByteWithoutNotification) {
   Recorder watch;
-  bench.memory.GetSectionByName("Data RAM")->SetAccessObserver(&watch);
+  ram->SetAccessObserver(&watch);
   const unsigned char bytes[] = {1, 2, 3};
-  bench.memory.setBuffer(kRam + 1, bytes, sizeof bytes);
-  bench.memory.setBuffer(kRam, bytes, 0);
-  EXPECT_EQ(bench.memory.get<false>(kRam), 0x03020100u);
+  memory.setBuffer(kRam + 1, bytes, sizeof bytes);
+  memory.setBuffer(kRam, bytes, 0);
+  EXPECT_EQ(memory.get<false>(kRam), 0x03020100u);
   EXPECT_THAT(watch.seen, IsEmpty());
 }
 
 // --- Look-up -------------------------------------------------------------------------------------
 
-TEST(Memory, RamAndFlashComeBeforeAnySectionThatOverlapsThem) {
-  MemoryBench bench;
-  bench.Add("Over RAM", kRam, 16)->set(0, 1);
-  bench.Add("Over Flash", 0, 16)->set(0, 1);
-  EXPECT_EQ(bench.memory.get<true>(kRam), 0u);
-  EXPECT_EQ(bench.memory.get<true>(0), 0xffffffffu);
-  EXPECT_EQ(bench.memory.FindSection(kRam)->name(), "Over RAM");
+TEST_F(MemoryTest, RamAndFlashComeBeforeAnySectionThatOverlapsThem) {
+  Add("Over RAM", kRam, 16)->set(0, 1);
+  Add("Over Flash", 0, 16)->set(0, 1);
+  EXPECT_EQ(memory.get<true>(kRam), 0u);
+  EXPECT_EQ(memory.get<true>(0), 0xffffffffu);
+  EXPECT_EQ(memory.FindSection(kRam)->name(), "Over RAM");
 }
 
-TEST(Memory, SystemControlBlockComesBeforeTheDebugUnitsInsideIt) {
-  MemoryBench bench;
-  bench.Add("DWT", 0xe0001000, 4096);
-  bench.Add("FPB", 0xe0002000, 4096);
-  EXPECT_EQ(bench.memory.FindSection(0xe0001000)->name(), "SystemControlBlock");
-  EXPECT_EQ(bench.memory.FindSection(0xe0002ffc)->name(), "SystemControlBlock");
+TEST_F(MemoryTest, NestedSectionHidesWhatLiesBelowItInTheLargerOne) {
+  PlainSection* large = Add("Large", 0x30000000, 0x1000);
+  PlainSection* nested = Add("Nested", 0x30000300, 0x100);
+  EXPECT_EQ(memory.LookUpSection(0x300002ff), nullptr);
+  EXPECT_EQ(memory.LookUpSection(0x30000300), nested);
+  EXPECT_EQ(memory.LookUpSection(0x30000400), large);
 }
 
-TEST(Memory, OfTwoSectionsWithOneLastByteTheLaterIsFound) {
-  MemoryBench bench;
-  PlainSection* earlier = bench.Add("Earlier", 0x4000f000, 4096);
-  PlainSection* later = bench.Add("Later", 0x4000f000, 4096);
-  bench.memory.set<true>(0x4000f000, 5);
-  EXPECT_EQ(later->get(0), 5u);
-  EXPECT_EQ(earlier->get(0), 0u);
-  EXPECT_EQ(bench.memory.GetSectionByName("Earlier"), earlier);
+TEST_F(MemoryTest, NamesAreLookedUpWithTheirType) {
+  EXPECT_EQ(memory.GetSectionByName<PlainSection>("Data RAM"), ram);
+  EXPECT_EQ(ErrorOf([&] { memory.GetSectionByName("P7"); }),
+            "OrvoError: Unknown section : P7 in memory section");
+  EXPECT_EQ(ErrorOf([&] { memory.GetSectionByName<UnimplementedSection>("Data RAM"); }),
+            "OrvoError: Section Data RAM has another class than expected");
 }
 
-TEST(Memory, NestedSectionHidesWhatLiesBelowItInTheLargerOne) {
-  MemoryBench bench;
-  bench.Add("Large", 0x30000000, 0x1000);
-  bench.Add("Nested", 0x30000300, 0x100);
-  EXPECT_EQ(bench.memory.LookUpSection(0x300002ff), nullptr);
-  EXPECT_EQ(bench.memory.LookUpSection(0x30000300)->name(), "Nested");
-  EXPECT_EQ(bench.memory.LookUpSection(0x30000400)->name(), "Large");
-}
-
-TEST(Memory, NamesAreLookedUpWithTheirType) {
-  MemoryBench bench;
-  EXPECT_EQ(bench.memory.GetSectionByName<PlainSection>("Data RAM")->start(), kRam);
-  const auto look_up_unimplemented = [&](const char* name) {
-    try {
-      bench.memory.GetSectionByName<UnimplementedSection>(name);
-    } catch (const OrvoError& error) {
-      return error.message();
-    }
-    return std::string("no error");
-  };
-  EXPECT_EQ(look_up_unimplemented("P7"), "Unknown section : P7 in memory section");
-  EXPECT_EQ(look_up_unimplemented("Data RAM"), "Section Data RAM has another class than expected");
-}
-
-TEST(Memory, HoldsTwoHundredAndFiftyFiveSections) {
-  MemoryBench bench;
-  for (unsigned n = 0; bench.memory.GetSections().size() < 255; ++n) {
-    bench.Add("S" + std::to_string(n), 0x50000000 + 16 * n, 16);
+TEST_F(MemoryTest, HoldsTwoHundredAndFiftyFiveSections) {
+  for (unsigned n = 0; memory.GetSections().size() < 255; ++n) {
+    Add("S" + std::to_string(n), 0x50000000 + 16 * n, 16);
   }
-  EXPECT_EQ(bench.memory.GetBackSection()->name(), "S251");
-  try {
-    bench.Add("One more", 0x60000000, 16);
-    FAIL() << "no error";
-  } catch (const OrvoError& error) {
-    EXPECT_EQ(error.message(), "Too many memory sections in generated memory mapping");
-  }
-  EXPECT_EQ(bench.memory.GetSections().size(), 255u);
+  EXPECT_EQ(ErrorOf([&] { Add("One more", 0x60000000, 16); }),
+            "OrvoError: Too many memory sections in generated memory mapping");
+  EXPECT_EQ(memory.GetBackSection()->name(), "S251");
 }
 
 // --- Unmapped addresses --------------------------------------------------------------------------
 
-TEST(Memory, UnmappedAccessRaisesMemManageEachTime) {
-  MemoryBench bench;
+TEST_F(MemoryTest, UnmappedAccessRaisesMemManageEachTimeAndKeepsOtherFaultBits) {
   std::vector<int> raised;
   const Connection<int> connection(OrvoSignals::Get().raise_interrupt,
                                    [&](int number) { raised.push_back(number); });
+  memory.set<false>(kCfsr, 0x00010002);
   testing::internal::CaptureStderr();
-  bench.memory.setByte<true>(0x3000ABCD, 7);
-  EXPECT_EQ(bench.memory.get<false>(kMmfar), 0x3000abcdu);
-  EXPECT_EQ(bench.memory.get<false>(kCfsr) & kMmarValid, kMmarValid);
-  EXPECT_EQ(bench.memory.getByte<true>(0x3000ABCD), 0u);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "Warning: Unknown address 0x3000abcd. Raising memory manage fault\n"
-            "Warning: Unknown address 0x3000abcd. Raising memory manage fault\n");
-  EXPECT_THAT(raised, ElementsAre(-12, -12));
-}
-
-TEST(Memory, FaultKeepsTheOtherFaultBits) {
-  MemoryBench bench;
-  bench.memory.set<false>(kCfsr, 0x00010002);
-  testing::internal::CaptureStderr();
-  bench.memory.get<true>(0x90000000);
-  testing::internal::GetCapturedStderr();
-  EXPECT_EQ(bench.memory.get<false>(kCfsr), 0x00010082u);
-}
-
-TEST(Memory, ReadTellsWhetherTheAddressWasMapped) {
-  MemoryBench bench;
-  testing::internal::CaptureStderr();
-  EXPECT_TRUE((bench.memory.Read<unsigned, true>(kRam).ok));
-  EXPECT_TRUE((bench.memory.Read<unsigned char, true>(kCfsr).ok));
-  EXPECT_FALSE((bench.memory.Read<unsigned, true>(0x90000000).ok));
-  testing::internal::GetCapturedStderr();
-}
-
-TEST(Memory, LookingUpForADebuggerIsNoFault) {
-  MemoryBench bench;
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(bench.memory.LookUpSection(0x90000000), nullptr);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  EXPECT_EQ(bench.memory.get<false>(kCfsr), 0u);
+  memory.setByte<true>(0x3000abcd, 7);
+  EXPECT_EQ(memory.get<false>(kMmfar), 0x3000abcdu);
+  EXPECT_EQ(memory.get<false>(kCfsr), 0x00010082u);
+  EXPECT_EQ(memory.getByte<true>(0x3000abcd), 0u);
+  EXPECT_FALSE((memory.Read<unsigned, true>(0x3000abcd).ok));
+  EXPECT_THAT(raised, ElementsAre(-12, -12, -12));
+  EXPECT_TRUE((memory.Read<unsigned char, true>(kCfsr).ok));
+  EXPECT_EQ(memory.LookUpSection(0x3000abcd), nullptr);  // for a debugger: no fault
+  const std::string warning = "Warning: Unknown address 0x3000abcd. Raising memory manage fault\n";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), warning + warning + warning);
 }
 
 TEST(Memory, FaultsWithoutASystemControlBlock) {
@@ -204,47 +136,36 @@ TEST(Memory, FaultsWithoutASystemControlBlock) {
 
 // --- Observers -----------------------------------------------------------------------------------
 
-TEST(Memory, AccessObserverHearsNotifiedReadsAndWritesByWidth) {
-  MemoryBench bench;
+TEST_F(MemoryTest, AccessObserverHearsNotifiedReadsAndWritesByWidth) {
   Recorder watch;
-  bench.memory.GetSectionByName("Data RAM")->SetAccessObserver(&watch);
-  bench.memory.set<true>(kRam, 0x8877f655);
-  bench.memory.setHalfWord<true>(kRam + 4, 0xf123);
-  bench.memory.setByte<true>(kRam + 6, 0xfe);
-  bench.memory.get<true>(kRam);
-  bench.memory.getHalfWord<true>(kRam);
-  bench.memory.getByte<true>(kRam + 1);
-  bench.memory.set<false>(kRam, 0);
-  bench.memory.get<false>(kRam);
+  ram->SetAccessObserver(&watch);
+  memory.set<true>(kRam, 0x8877f655);
+  memory.setHalfWord<true>(kRam + 4, 0xf123);
+  memory.setByte<true>(kRam + 6, 0xfe);
+  memory.get<true>(kRam);
+  memory.getHalfWord<true>(kRam);
+  memory.getByte<true>(kRam + 1);
+  memory.set<false>(kRam, 0);
+  memory.get<false>(kRam);
   EXPECT_THAT(watch.seen, ElementsAre("20000000 8877f655 w", "20000004 f123 w", "20000006 fe w",
                                       "20000000 8877f655 r", "20000000 f655 r", "20000001 f6 r"));
 
-  bench.memory.GetSectionByName("Data RAM")->SetAccessObserver(nullptr);
-  bench.memory.set<true>(kRam, 1);
+  ram->SetAccessObserver(nullptr);
+  memory.set<true>(kRam, 1);
   EXPECT_EQ(watch.seen.size(), 6u);
-  EXPECT_EQ(bench.memory.get<true>(kRam), 1u);
+  EXPECT_EQ(memory.get<true>(kRam), 1u);
 }
 
-TEST(Memory, FlashObserverHearsReadsThatWouldBeServedFromItsBytes) {
-  MemoryBench bench;
-  bench.memory.get<true>(8);
-  Recorder watch;
-  bench.memory.GetSectionByName("Flash")->SetAccessObserver(&watch);
-  bench.memory.get<true>(8);
-  EXPECT_THAT(watch.seen, ElementsAre("8 ffffffff r"));
-}
-
-TEST(Memory, EventObserverOfRamHearsEveryStore) {
-  MemoryBench bench;
+TEST_F(MemoryTest, EventObserverOfRamHearsEveryStore) {
   Recorder ppi;
-  bench.memory.GetSectionByName("Data RAM")->SetEventObserver(&ppi);
-  bench.memory.set<true>(kRam + 16, 1);
-  bench.memory.setByte<false>(kRam + 17, 2);
-  bench.memory.get<true>(kRam + 16);
+  ram->SetEventObserver(&ppi);
+  memory.set<true>(kRam + 16, 1);
+  memory.setByte<false>(kRam + 17, 2);
+  memory.get<true>(kRam + 16);
   EXPECT_THAT(ppi.seen, ElementsAre("20000010 1 r", "20000011 2 r"));
 }
 
-TEST(Memory, ReadsPlainLoadsFromTheBytesUnlessSomebodyObservesThem) {
+TEST_F(MemoryTest, ReadsPlainLoadsFromTheBytesUnlessSomebodyObservesThem) {
   struct ProtectedFlash : MemorySection {
     using MemorySection::MemorySection;
     bool LoadsArePlain() const override { return true; }
@@ -252,17 +173,17 @@ TEST(Memory, ReadsPlainLoadsFromTheBytesUnlessSomebodyObservesThem) {
     void set(unsigned, unsigned) override {}
     int accessor_reads = 0;
   };
-  MemoryBench bench;
-  auto* flash = new ProtectedFlash(&bench.mcu, "Flash", 0, 16);
-  bench.memory.AddSection(flash);
-  Recorder recorder;
-  flash->SetEventObserver(&recorder);
-  bench.memory.set<true>(0, 5);
-  EXPECT_EQ(bench.memory.get<true>(0), 0xffffffffu);
-  EXPECT_EQ(flash->accessor_reads, 0);
-  flash->SetAccessObserver(&recorder);
-  bench.memory.get<true>(0);
-  EXPECT_EQ(flash->accessor_reads, 1);
+  auto* protected_flash = new ProtectedFlash(&mcu, "Flash", 0, 16);
+  memory.AddSection(protected_flash);
+  Recorder ppi, watch;
+  protected_flash->SetEventObserver(&ppi);
+  memory.set<true>(8, 5);
+  EXPECT_EQ(memory.get<true>(8), 0xffffffffu);
+  EXPECT_EQ(protected_flash->accessor_reads, 0);
+  protected_flash->SetAccessObserver(&watch);
+  memory.get<true>(8);
+  EXPECT_EQ(protected_flash->accessor_reads, 1);
+  EXPECT_THAT(watch.seen, ElementsAre("8 ffffffff r"));
 }
 
 TEST(Memory, NoObserverHearsOfWhatSectionsDoWhenTheyGo) {
@@ -272,9 +193,9 @@ TEST(Memory, NoObserverHearsOfWhatSectionsDoWhenTheyGo) {
   };
   Recorder ppi;
   {
-    MemoryBench bench;
-    auto* section = new LastStore(&bench.mcu, "LAST", 0x30000000, 16);
-    bench.memory.AddSection(section);
+    TestMcu mcu;
+    auto* section = new LastStore(&mcu, "LAST", 0x30000000, 16);
+    mcu.memory().AddSection(section);
     section->SetEventObserver(&ppi);
   }
   EXPECT_THAT(ppi.seen, IsEmpty());
@@ -282,67 +203,39 @@ TEST(Memory, NoObserverHearsOfWhatSectionsDoWhenTheyGo) {
 
 // --- Resize --------------------------------------------------------------------------------------
 
-TEST(Memory, EnlargedFlashReadsZeroBehindTheErasedBytes) {
-  MemoryBench bench;
-  MemorySection* flash = bench.memory.GetSectionByName("Flash");
-  bench.memory.set<true>(4, 0x1234);
+TEST_F(MemoryTest, EnlargedFlashReadsZeroBehindTheErasedBytes) {
+  memory.set<true>(4, 0x1234);
   flash->Resize(2 * TestMcu::kFlashSizeBytes);
-  EXPECT_EQ(bench.memory.get<true>(4), 0x1234u);
-  EXPECT_EQ(bench.memory.get<true>(TestMcu::kFlashSizeBytes - 4), 0xffffffffu);
-  EXPECT_EQ(bench.memory.get<true>(TestMcu::kFlashSizeBytes), 0u);
-  EXPECT_EQ(bench.memory.LookUpSection(TestMcu::kFlashSizeBytes), flash);
+  EXPECT_EQ(memory.get<true>(4), 0x1234u);
+  EXPECT_EQ(memory.get<true>(TestMcu::kFlashSizeBytes - 4), 0xffffffffu);
+  EXPECT_EQ(memory.get<true>(TestMcu::kFlashSizeBytes), 0u);
+  EXPECT_EQ(memory.LookUpSection(TestMcu::kFlashSizeBytes), flash);
 }
 
-TEST(Memory, ShrunkenRamIsUnmappedBehindItsEnd) {
-  MemoryBench bench;
-  MemorySection* ram = bench.memory.GetSectionByName("Data RAM");
-  bench.memory.set<true>(kRam, 0x55);
+TEST_F(MemoryTest, ShrunkenRamIsUnmappedBehindItsEnd) {
+  memory.set<true>(kRam, 0x55);
   ram->Resize(0x100);
-  EXPECT_EQ(ram->size(), 0x100u);
-  EXPECT_EQ(bench.memory.get<true>(kRam), 0x55u);
-  EXPECT_EQ(bench.memory.LookUpSection(kRam + 0xff), ram);
-  EXPECT_EQ(bench.memory.LookUpSection(kRam + 0x100), nullptr);
+  EXPECT_EQ(memory.get<true>(kRam), 0x55u);
+  EXPECT_EQ(memory.LookUpSection(kRam + 0xff), ram);
+  EXPECT_EQ(memory.LookUpSection(kRam + 0x100), nullptr);
 
   ram->Resize(0);
-  EXPECT_EQ(bench.memory.LookUpSection(kRam), nullptr);
+  EXPECT_EQ(memory.LookUpSection(kRam), nullptr);
   testing::internal::CaptureStderr();
-  EXPECT_EQ(bench.memory.get<true>(kRam), 0u);
+  EXPECT_EQ(memory.get<true>(kRam), 0u);
   EXPECT_NE(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(Memory, SectionOfNoSizeCoversNothingUntilItGrows) {
-  MemoryBench bench;
-  PlainSection* below = bench.Add("Below", 0x5ffff000, 0x1000);
-  PlainSection* external = bench.Add("External RAM", 0x60000000, 0);
-  EXPECT_EQ(bench.memory.LookUpSection(0x60000000), nullptr);
-  EXPECT_EQ(bench.memory.LookUpSection(0x5fffffff), below);
+TEST_F(MemoryTest, SectionOfNoSizeCoversNothingUntilItGrows) {
+  PlainSection* below = Add("Below", 0x5ffff000, 0x1000);
+  PlainSection* external = Add("External RAM", 0x60000000, 0);
+  EXPECT_EQ(memory.LookUpSection(0x60000000), nullptr);
+  EXPECT_EQ(memory.LookUpSection(0x5fffffff), below);
   external->Resize(0x1000);
-  bench.memory.set<true>(0x60000ffc, 9);
-  EXPECT_EQ(bench.memory.get<true>(0x60000ffc), 9u);
+  memory.set<true>(0x60000ffc, 9);
+  EXPECT_EQ(memory.get<true>(0x60000ffc), 9u);
   external->Resize(0);
-  EXPECT_EQ(bench.memory.LookUpSection(0x5fffffff), below);
-}
-
-// --- All sections --------------------------------------------------------------------------------
-
-TEST(Memory, ResetLeavesRamAndFlashAlone) {
-  MemoryBench bench;
-  bench.memory.set<true>(kRam, 0x77);
-  bench.memory.set<true>(0x100, 0x88);
-  bench.memory.ResetMemory(kPowerOnReset);
-  EXPECT_EQ(bench.memory.get<true>(kRam), 0x77u);
-  EXPECT_EQ(bench.memory.get<true>(0x100), 0x88u);
-}
-
-TEST(Memory, DumpHasEverySectionInOrderOfAddition) {
-  Memory memory(nullptr);
-  memory.AddSection(new PlainSection(nullptr, "B", 0x100, 4));
-  memory.AddSection(new PlainSection(nullptr, "A", 0x80, 4));
-  std::ostringstream stream;
-  memory.serializeToFile(&stream);
-  EXPECT_EQ(stream.str(),
-            "\n\nB:\n\n0x00000100\t00000000\t"
-            "\n\nA:\n\n0x00000080\t00000000\t");
+  EXPECT_EQ(memory.LookUpSection(0x5fffffff), below);
 }
 
 }  // namespace

@@ -5,13 +5,14 @@
 
 #include "config/scenario_file_handler.h"
 #include "mcu/nrf52.h"
+#include "support/board_pins.h"
 #include "wires/wire_manager.h"
 
 namespace orvo {
 
 template <class Chip>
 struct ChipBench {
-  ChipBench() {
+  explicit ChipBench(const nlohmann::json& pins = nullptr) : board(pins) {
     mcu.CreateMemorySections();
     mcu.SetFrequency();
     mcu.interrupts().LoadInterrupts(0);
@@ -24,6 +25,7 @@ struct ChipBench {
     return section == nullptr ? "none" : section->name();
   }
 
+  BoardPins board;
   ScenarioFileHandler scenario;
   WireManager wires{nullptr, 200, false, true};
   Chip mcu{scenario, &wires, nullptr};

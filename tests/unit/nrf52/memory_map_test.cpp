@@ -237,9 +237,11 @@ TEST(Nrf52, StartRefusesSizesThatReachIntoTheNextSection) {
                                   {"external_ram_size", "SUDO at 0xa0000000"}}) {
     ISingelton<ConfigurationFileHandler>::ReleaseInstance();
     ConfigurationFileHandler::Get().AddComponent(
-        {{"class", "nrf52832"}, {"config", {{key, 2147483647}}}});
+        {{"class", "nrf52832"},
+         {"config", {{key, 2147483647}, {"pins", nlohmann::json::object()}}}});
     ScenarioFileHandler scenario;
-    Nrf52832 mcu(scenario, nullptr, nullptr);
+    WireManager wires(nullptr, 200, false, true);
+    Nrf52832 mcu(scenario, &wires, nullptr);
     try {
       mcu.start();
       FAIL() << "no error";
@@ -257,13 +259,16 @@ TEST(Nrf52, StartGivesExternalRamTheSizeOfTheBoard) {
     unsigned size_bytes;
   };
   const Case cases[] = {
-      {"{}", 0}, {R"({"external_ram_size": -1})", 0}, {R"({"external_ram_size": 4096})", 4096}};
+      {R"({"pins": {}})", 0},
+      {R"({"pins": {}, "external_ram_size": -1})", 0},
+      {R"({"pins": {}, "external_ram_size": 4096})", 4096}};
   for (const Case& test : cases) {
     ISingelton<ConfigurationFileHandler>::ReleaseInstance();
     ConfigurationFileHandler::Get().AddComponent(
         {{"class", "nrf52832"}, {"config", nlohmann::json::parse(test.config)}});
     ScenarioFileHandler scenario;
-    Nrf52832 mcu(scenario, nullptr, nullptr);
+    WireManager wires(nullptr, 200, false, true);
+    Nrf52832 mcu(scenario, &wires, nullptr);
     mcu.start();
     EXPECT_EQ(mcu.memory().GetSectionByName("External RAM")->size(), test.size_bytes)
         << test.config;

@@ -4,9 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <memory>
 #include <thread>
-#include <vector>
 
 namespace orvo {
 namespace {
@@ -59,20 +57,18 @@ TEST(Signal, ConnectionEndsWithItsOwner) {
 
 TEST(Signal, DisconnectWaitsForACallOnAnotherThread) {
   Signal<int> signal;
-  std::atomic<bool> entered{false};
-  std::atomic<bool> go_on{false};
-  auto alive = std::make_unique<std::atomic<bool>>(true);
+  std::atomic<bool> entered{false}, go_on{false}, alive{true};
   bool was_alive = false;
   const int id = signal.Connect([&](int) {
     entered = true;
     while (!go_on) std::this_thread::yield();
-    was_alive = alive->load();
+    was_alive = alive;
   });
   std::thread emitter([&] { signal.emit(0); });
   while (!entered) std::this_thread::yield();
   std::thread release([&] { go_on = true; });
   signal.Disconnect(id);
-  *alive = false;
+  alive = false;
   emitter.join();
   release.join();
   EXPECT_TRUE(was_alive);

@@ -9,6 +9,7 @@
 #include "runner/args_manager.h"
 #include "runner/orvo_signals.h"
 #include "runner/program.h"
+#include "support/small_image.h"
 #include "support/test_mcu.h"
 #include "unit/config/working_directory.h"
 
@@ -22,9 +23,6 @@ struct FreshSingletons {
     exit_code = 0;
   }
 };
-
-// Machine code as halfwords.
-using Code = std::vector<unsigned short>;
 
 // Calls a function at a tick.
 class At : public TickListener {
@@ -45,9 +43,10 @@ class At : public TickListener {
 };
 
 struct ProgramBench : FreshSingletons {
-  static constexpr unsigned kCode = 0x40;
-  static constexpr unsigned kHardFaultHandler = 0x3c;  // b .
-  static constexpr unsigned kStackPointer = TestMcu::kRamStart + TestMcu::kRamSizeBytes;
+  static constexpr unsigned kCode = SmallImage::kCode;
+  static constexpr unsigned kHardFaultHandler = SmallImage::kHandler;
+  static constexpr unsigned kStackPointer = SmallImage::kStackPointer;
+  static_assert(kStackPointer == TestMcu::kRamStart + TestMcu::kRamSizeBytes);
 
   // Adds 1 to r0 for ever, in two instructions, the first one at kLoop.
   static inline const Code kCounter = {0x2000, 0x3001, 0xe7fd};
@@ -60,17 +59,10 @@ struct ProgramBench : FreshSingletons {
 
   ProgramBench() { args.mcu = "test"; }
 
-  static std::string Word(unsigned value) {
-    return {reinterpret_cast<const char*>(&value), sizeof(value)};
-  }
-  // An image whose vectors are the code, for a reset, and the handler for all else.
+  static std::string Word(unsigned value) { return SmallImage::Word(value); }
   static std::string Image(const Code& code, unsigned stack_pointer = kStackPointer,
                            unsigned entry = kCode + 1) {
-    std::string bytes = Word(stack_pointer) + Word(entry);
-    while (bytes.size() < kHardFaultHandler) bytes += Word(kHardFaultHandler + 1);
-    bytes += Word(0xbf00e7fe);
-    for (const unsigned short half : code) bytes += Word(half).substr(0, 2);
-    return bytes;
+    return SmallImage::Of(code, stack_pointer, entry);
   }
 
   void Load(const std::string& image) {

@@ -1,10 +1,8 @@
-// The run loop: when it ends, what it reports, and what it does besides executing.
+// The run loop: when it ends, and what it does besides executing. Signals, faults, traces and
+// dumps of whole runs: tests/system.
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <nlohmann/json.hpp>
-#include <thread>
-#include <vector>
 
 #include "program_bench.h"
 
@@ -12,16 +10,8 @@ namespace orvo {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 struct ProgramTest : testing::Test, ProgramBench {
-  // What the run prints on standard error.
-  std::string ErrorsOfRun(const Code& code) {
-    testing::internal::CaptureStderr();
-    Execute(code);
-    return testing::internal::GetCapturedStderr();
-  }
   std::string OutputOfRun(const Code& code) {
     testing::internal::CaptureStdout();
     Execute(code);
@@ -39,15 +29,6 @@ TEST_F(ProgramTest, StopPointEndsTheRunBeforeItsInstruction) {
   EXPECT_EQ(ticks(), 5u) << "a tick for each instruction";
 }
 
-TEST_F(ProgramTest, StopPointDumpsTheChip) {
-  StopAt(kLoop, 2);
-  args.output = "dump.txt";
-  Execute(kCounter);
-  EXPECT_THAT(directory.Read("dump.txt"), StartsWith("Regs:\nR0: 0x"));
-  EXPECT_THAT(directory.Read("dump.txt"), HasSubstr("\nR66: 0x00000001\n"));
-  EXPECT_THAT(directory.Read("dump.txt"), HasSubstr("\n\nFlash:\n"));
-}
-
 TEST_F(ProgramTest, StopPointWithoutTimesNeverStops) {
   StopAt(kLoop, 0);
   args.output = "dump.txt";
@@ -55,12 +36,6 @@ TEST_F(ProgramTest, StopPointWithoutTimesNeverStops) {
   Execute(kCounter);
   EXPECT_EQ(ticks(), 100u);
   EXPECT_FALSE(directory.Has("dump.txt"));
-}
-
-TEST_F(ProgramTest, DumpThatCannotBeWrittenIsAWarning) {
-  StopAt(kLoop);
-  args.output = "no/such/directory";
-  EXPECT_THAT(ErrorsOfRun(kCounter), HasSubstr("Warning: can't write the dump to no/such"));
 }
 
 TEST_F(ProgramTest, TerminationBeforeTheRunEndsItAtOnce) {
@@ -74,43 +49,6 @@ TEST_F(ProgramTest, ServiceFunctionMayEndTheRun) {
       1000, [this](int) { program->Stop(); }, false, 0);
   Execute(kCounter);
   EXPECT_EQ(ticks(), 64u) << "1 us at 64 MHz";
-}
-
-struct WaitCase {
-  const char* name;
-  Code code;
-  bool paused;
-};
-
-std::ostream& operator<<(std::ostream& out, const WaitCase& c) { return out << c.name; }
-
-struct Waiting : ProgramBench, testing::TestWithParam<WaitCase> {};
-
-TEST_P(Waiting, EndsWhenAnotherThreadTerminates) {
-  if (GetParam().paused) mcu.PauseCommand(false);
-  Load(Image(GetParam().code));
-  std::thread terminator([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    OrvoSignals::Get().terminate.emit(0);
-  });
-  program->Run();
-  terminator.join();
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, Waiting,
-                         testing::Values(WaitCase{"running", ProgramBench::kCounter, false},
-                                         WaitCase{"wfe", {0xbf20, 0xe7fd}, false},
-                                         WaitCase{"paused", ProgramBench::kCounter, true}),
-                         [](const auto& test) { return test.param.name; });
-
-TEST_F(ProgramTest, UnimplementedInstructionEndsTheRunWithPlaceAndReport) {
-  args.mips = true;
-  exit_code = 5;
-  testing::internal::CaptureStdout();
-  const std::string errors = ErrorsOfRun({0xbf00, 0xf301, 0x0007});  // nop; ssat r0, #8, r1
-  EXPECT_THAT(errors, HasSubstr(" TC: 1 PC: 0x42\033[0;31m\n\n\tNimbel internal error:"));
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("MIPS: "));
-  EXPECT_EQ(exit_code, 5) << "no failure of the simulator";
 }
 
 // --- The loop ------------------------------------------------------------------------------------
@@ -133,15 +71,7 @@ TEST_F(ProgramTest, PendingExceptionIsTakenBeforeTheInstruction) {
   EXPECT_EQ(mcu.registers().xpsr() & xpsr::kExceptionNumber, 16u + kNmi);
 }
 
-TEST_F(ProgramTest, PcAtTheEndOfTheProgramExecutes) {
-  const std::string image = Image({0xbf00, 0xbf00});
-  StopAt(static_cast<unsigned>(image.size()));  // the zero word behind the image
-  Load(image);
-  program->Run();
-  EXPECT_EQ(pc(), image.size());
-}
-
-TEST_F(ProgramTest, PcBehindTheProgramFaults) {
+TEST_F(ProgramTest, PcAtTheEndOfTheProgramExecutesAndBehindItFaults) {
   StopAt(kHardFaultHandler);
   Execute({0xbf00, 0xbf00});
   // Two instructions, the one at the end, the fetch that faults, and none of the handler.
@@ -149,13 +79,7 @@ TEST_F(ProgramTest, PcBehindTheProgramFaults) {
   EXPECT_EQ(mcu.registers().xpsr() & xpsr::kExceptionNumber, 16u + kHardFault);
 }
 
-TEST_F(ProgramTest, PcInRamFaults) {
-  StopAt(kHardFaultHandler);
-  Execute({0x4800, 0x4700, 0x0001, 0x2000});  // ldr r0, [pc]; bx r0; 0x20000001
-  EXPECT_EQ(mcu.registers().xpsr() & xpsr::kExceptionNumber, 16u + kHardFault);
-}
-
-// --- Traces --------------------------------------------------------------------------------------
+// --- Traces and the report -----------------------------------------------------------------------
 
 TEST(RegisterTraceOfARun, BeginsBehindTheStartTick) {
   const char* const first_field[] = {"pc=0x00000042 ", "pc=0x00000044 ", ""};
@@ -169,22 +93,6 @@ TEST(RegisterTraceOfARun, BeginsBehindTheStartTick) {
     const std::string output = testing::internal::GetCapturedStdout();
     EXPECT_EQ(output.substr(0, 14), first_field[start_tick]) << start_tick;
   }
-}
-
-TEST_F(ProgramTest, TraceGoesToItsFile) {
-  StopAt(kLoop, 2);
-  args.trace = "interrupts,regs";
-  args.trace_stream.open("trace.txt");
-  EXPECT_EQ(OutputOfRun(kCounter), "");
-  EXPECT_THAT(directory.Read("trace.txt"), StartsWith("pc=0x00000042 "));
-}
-
-TEST_F(ProgramTest, MismatchOfARecordedTraceEndsTheRun) {
-  directory.Write("recorded.txt", "pc=0x00000042\n");
-  args.trace = "regs";
-  args.dump_stream.open("recorded.txt");
-  EXPECT_THAT(ErrorsOfRun(kCounter), HasSubstr("Mismatch log file:\r\npc=0x00000042\r\npc=0x"));
-  EXPECT_EQ(ticks(), 1u);
 }
 
 TEST_F(ProgramTest, FunctionTraceNeedsAListing) {
@@ -219,8 +127,6 @@ TEST_P(Variants, OfTheLoopExecuteAlike) {
 
 INSTANTIATE_TEST_SUITE_P(All, Variants, testing::Range(0, 8));
 
-// --- The report ----------------------------------------------------------------------------------
-
 TEST_F(ProgramTest, ReportsTheStackDepthIfAsked) {
   std::vector<nlohmann::json> events;
   const Connection<const nlohmann::json&> connection(
@@ -230,20 +136,6 @@ TEST_F(ProgramTest, ReportsTheStackDepthIfAsked) {
   StopAt(kCode + 4);
   EXPECT_EQ(OutputOfRun({0xb407, 0xbc07, 0xbf00}), "Stack max size : 12 bytes\n");
   EXPECT_THAT(events, ElementsAre(nlohmann::json{{"description", "sp_max"}, {"value", 12}}));
-}
-
-TEST_F(ProgramTest, ReportsNothingOnTheScreenUnlessAsked) {
-  StopAt(kLoop, 2);
-  EXPECT_EQ(OutputOfRun(kCounter), "");
-}
-
-TEST_F(ProgramTest, LogsTheReport) {
-  std::filesystem::create_directory(".zandor");
-  StopAt(kLoop, 3);
-  Execute(kCounter);
-  const std::string log = directory.Read(".zandor/log.txt");
-  EXPECT_THAT(log, HasSubstr("Num of instructions: 5\n"));
-  EXPECT_THAT(log, HasSubstr("CPU time used: 0 sec\n"));
 }
 
 }  // namespace

@@ -1,13 +1,12 @@
-// How signals end a process. Each test runs in a process of its own: handlers last.
+// How fatal signals end a process; SIGINT, SIGTERM and SIGPIPE: tests/system/signals_test.cpp and
+// outputs_test.cpp. Each statement runs in a process of its own: handlers last.
 #include "runner/signal_handler.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
-#include <string>
 #include <thread>
 
 #include "runner/orvo_signals.h"
@@ -15,55 +14,9 @@
 namespace orvo {
 namespace {
 
-// Waits for the termination channel, and leaves with the number of times that it was used plus 40.
-[[noreturn]] void LeaveAfterTermination(void (*send)()) {
-  InstallSignalHandlers();
-  std::atomic<int> emissions{0};
-  OrvoSignals::Get().terminate.Connect(
-      [&emissions](int code) { emissions += code == 0 ? 1 : 100; });
-  SignalWatcher watcher;
-  send();
-  for (int i = 0; i < 5000 && emissions == 0; ++i)
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  watcher.Join();
-  ::_exit(40 + emissions);
-}
-
-class SignalHandlerDeathTest : public testing::Test {
- protected:
+struct SignalHandlerDeathTest : testing::Test {
   SignalHandlerDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
 };
-
-TEST_F(SignalHandlerDeathTest, InterruptAndTerminateEmitZeroOnce) {
-  EXPECT_EXIT(LeaveAfterTermination([] { ::kill(::getpid(), SIGINT); }),
-              testing::ExitedWithCode(41), "");
-  EXPECT_EXIT(LeaveAfterTermination([] {
-                ::kill(::getpid(), SIGTERM);
-                ::kill(::getpid(), SIGINT);
-                ::kill(::getpid(), SIGTERM);
-              }),
-              testing::ExitedWithCode(41), "");
-}
-
-TEST_F(SignalHandlerDeathTest, BrokenPipeIsIgnored) {
-  EXPECT_EXIT(
-      {
-        InstallSignalHandlers();
-        ::raise(SIGPIPE);
-        ::_exit(7);
-      },
-      testing::ExitedWithCode(7), "");
-}
-
-TEST_F(SignalHandlerDeathTest, WatcherEndsWithoutASignal) {
-  EXPECT_EXIT(
-      {
-        InstallSignalHandlers();
-        { const SignalWatcher watcher; }
-        ::_exit(7);
-      },
-      testing::ExitedWithCode(7), "");
-}
 
 TEST_F(SignalHandlerDeathTest, FatalSignalsReportAndLeaveWithTheirNumber) {
   for (const int sig : {SIGSEGV, SIGABRT, SIGFPE, SIGILL}) {
@@ -88,11 +41,15 @@ TEST_F(SignalHandlerDeathTest, FaultInsideTheReportStillLeaves) {
 }
 
 TEST_F(SignalHandlerDeathTest, FatalSignalAfterAnInterruptStillLeaves) {
-  EXPECT_EXIT(LeaveAfterTermination([] {
-                OrvoSignals::Get().terminate.Connect([](int) { ::raise(SIGSEGV); });
-                ::kill(::getpid(), SIGINT);
-              }),
-              testing::ExitedWithCode(SIGSEGV), "Received signal: 11");
+  EXPECT_EXIT(
+      {
+        InstallSignalHandlers();
+        OrvoSignals::Get().terminate.Connect([](int) { ::raise(SIGSEGV); });
+        const SignalWatcher watcher;
+        ::kill(::getpid(), SIGINT);
+        std::this_thread::sleep_for(std::chrono::seconds(5));
+      },
+      testing::ExitedWithCode(SIGSEGV), "Received signal: 11");
 }
 
 }  // namespace

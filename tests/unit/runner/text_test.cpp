@@ -3,28 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <string>
-
-#include "runner/errors.h"
 #include "unit/config/working_directory.h"
 
 namespace orvo {
 namespace {
 
-TEST(Text, IntToHexHasNoPadding) {
+TEST(Text, NumbersAreHexadecimalWithoutPadding) {
   EXPECT_EQ(IntToHex(0), "0");
-  EXPECT_EQ(IntToHex(0xab), "ab");
   EXPECT_EQ(IntToHex(0xffffffff), "ffffffff");
-}
-
-TEST(Text, HexToIntTakesDigitsWithAndWithoutPrefix) {
   EXPECT_EQ(HexToInt("20000400"), 0x20000400u);
   EXPECT_EQ(HexToInt("0xDEADbeef"), 0xdeadbeefu);
-  EXPECT_EQ(HexToInt("0"), 0u);
-}
-
-TEST(Text, HexToIntRefusesEverythingElse) {
   for (const char* text : {"", "0x", "g", "12 ", " 12", "-1", "+1", "1.0", "100000000"})
     EXPECT_THROW(HexToInt(text), UserError) << text;
 }
@@ -35,30 +23,21 @@ TEST(Text, BytesSurviveTheWayThroughHex) {
   EXPECT_EQ(StringToHex("OK\x80"), "4f4b80");
   EXPECT_EQ(HexToString(StringToHex(bytes)), bytes);
   EXPECT_EQ(HexToString("4F4b"), "OK");
-}
-
-TEST(Text, HexToStringRefusesOddCountsAndOtherCharacters) {
   for (const char* text : {"4", "4f4", "4g", "-1", "0x"})
     EXPECT_THROW(HexToString(text), UserError) << text;
 }
 
-class FileSearch : public testing::Test {
- protected:
-  WorkingDirectory directory;
-};
-
-TEST_F(FileSearch, GivesTheRealPathOfAFile) {
+TEST(FileSearch, GivesTheRealPathOfAFileOrNothing) {
+  const WorkingDirectory directory;
   directory.Write("a.bin", "x");
   std::filesystem::create_symlink("a.bin", "link.bin");
-  const std::string real = std::filesystem::canonical("a.bin").string();
-  EXPECT_EQ(GetFilePath("link.bin"), real);
-  EXPECT_EQ(GetFilePath("./../" + std::filesystem::current_path().filename().string() + "/a.bin"),
-            real);
+  EXPECT_EQ(GetFilePath("./link.bin"), std::filesystem::canonical("a.bin").string());
   EXPECT_EQ(GetFilePath("b.bin"), "");
   EXPECT_EQ(GetFilePath(""), "");
 }
 
-TEST_F(FileSearch, TriesTheProjectThenTheCurrentDirectoryThenThatOfTheExecutable) {
+TEST(FileSearch, TriesTheProjectThenTheCurrentDirectoryThenThatOfTheExecutable) {
+  const WorkingDirectory directory;
   const auto search = [] { return GetFilePath("tools/orvo", ".zandor/p.elf", "p.elf"); };
   std::filesystem::create_directories("tools");
   std::filesystem::create_directories(".zandor");

@@ -10,8 +10,8 @@
 #include <tuple>
 #include <vector>
 
-#include "config/configuration_file_handler.h"
 #include "runner/errors.h"
+#include "support/board_pins.h"
 #include "unit/wires/wire_listener.h"
 
 namespace orvo {
@@ -37,13 +37,8 @@ class TestPort : public GPIOBase {
   std::vector<unsigned> function = std::vector<unsigned>(8, 0);
 };
 
-void UsePins(const std::string& pins) {
-  ISingelton<ConfigurationFileHandler>::ReleaseInstance();
-  ConfigurationFileHandler::Get().AddComponent(
-      nlohmann::json::parse(R"({"class": "nrf52832", "config": {"pins": )" + pins + "}}"));
-}
-
 struct Chip {
+  const BoardPins table{nlohmann::json::parse(R"({"A1": 31, "A2": 32, "B1": 33})")};
   const PinMux mux{{{"GPIOA", 1, 7}, {103, true}},
                    {{"GPIOA", 2, 1}, {60, false}},
                    {{"GPIOB", 1, 7}, {103, true}}};
@@ -52,13 +47,11 @@ struct Chip {
   std::unique_ptr<TestPort> port;
 
   Chip() {
-    UsePins(R"({"A1": 31, "A2": 32, "B1": 33})");
     port = std::make_unique<TestPort>("GPIOA", internal, &board, nullptr, 8, kPinInput, &mux);
     for (unsigned pin = 0; pin < 8; ++pin) {
       port->pin_manager().AttachToPinLogicState(port.get(), pin);
     }
   }
-  ~Chip() { ISingelton<ConfigurationFileHandler>::ReleaseInstance(); }
 
   void Choose(unsigned pin, pin_direction_t direction, unsigned function) {
     port->pin_manager().ConfigurePin(pin, direction, kNoPull, port.get());
@@ -138,18 +131,18 @@ TEST(GPIOBase, LeavesTheWiresWhenItGoes) {
 }
 
 TEST(GPIOBase, RefusesABoardWithAWrongPinNumber) {
-  for (const char* pins : {R"({"A8": 1})", R"({"A": 1})", R"({"A1x": 1})", R"({"A-1": 1})"}) {
-    UsePins(pins);
+  for (const char* pins : {R"({"A8": 1})", R"({"A": 1})", R"({"A1x": 1})", R"({"A-1": 1})",
+                           R"({"A1": 1, "A01": 2})", R"({"A1": null})"}) {
+    const BoardPins table(nlohmann::json::parse(pins));
     WireManager internal(nullptr, 200, false, true), board(nullptr, 200, false, false);
     const PinMux mux;
     try {
       TestPort port("GPIOA", internal, &board, nullptr, 8, kPinInput, &mux);
       ADD_FAILURE() << pins;
     } catch (const UserError& error) {
-      EXPECT_THAT(error.message(), HasSubstr("board.json: pins.A")) << pins;
+      EXPECT_THAT(error.message(), HasSubstr("Mcu config.pins.A")) << pins;
     }
   }
-  ISingelton<ConfigurationFileHandler>::ReleaseInstance();
 }
 
 }  // namespace
