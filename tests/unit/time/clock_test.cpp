@@ -20,9 +20,7 @@ struct ClockTest : testing::Test {
 
   SourceClock clock{"hlck"};
   CallLog log;
-  TickRecorder a{"a", &log};
-  TickRecorder b{"b", &log};
-  TickRecorder c{"c", &log};
+  TickRecorder a{"a", &log}, b{"b", &log}, c{"c", &log};
 };
 
 TEST_F(ClockTest, CallsInOrderOfTickThenOfAttachmentAndForAPassedTickAtTheNextStep) {
@@ -55,8 +53,6 @@ TEST_F(ClockTest, AStepCallsListenersThenServiceFunctionsAndSaysWhetherSomething
   EXPECT_TRUE(clock.AdvanceOneTick());
 }
 
-// --- Attaching again -----------------------------------------------------------------------------
-
 TEST_F(ClockTest, AReturnedTickAttachesAgainBehindWhoWaitsForItAndTheCurrentOneAtOnce) {
   int left = 2;
   TickRecorder again("again", &log, [&](unsigned long tick) {
@@ -65,16 +61,10 @@ TEST_F(ClockTest, AReturnedTickAttachesAgainBehindWhoWaitsForItAndTheCurrentOneA
   });
   clock.AttachToTick(2, &again, false);
   clock.AttachToTick(5, &a, false);
-  clock.Tickrement(9);
-  EXPECT_THAT(log, ElementsAre("again@2", "a@5", "again@5", "again@5", "again@5"));
-}
-
-TEST_F(ClockTest, ASecondAttachOfOneListenerIsRefusedAndTheFirstStays) {
-  clock.AttachToTick(2, &a, false);
   EXPECT_EQ(ErrorOf([&] { clock.AttachToTick(3, &a, true); }),
             "OrvoError: Can't call AttachToTick twice from same object");
-  clock.Tickrement(4);
-  EXPECT_THAT(log, ElementsAre("a@2"));
+  clock.Tickrement(9);
+  EXPECT_THAT(log, ElementsAre("again@2", "a@5", "again@5", "again@5", "again@5"));
 }
 
 TEST_F(ClockTest, ListenersAttachAndDetachOthersAndThemselvesInsideTheirCall) {
@@ -106,21 +96,14 @@ TEST_F(ClockTest, AListenerThatRunsTheClocksListenersItselfCallsOnlyWhatIsDue) {
   EXPECT_THAT(log, ElementsAre("pause@1", "b@1"));
 }
 
-// --- By time -------------------------------------------------------------------------------------
-
-TEST(VirtualTime, DelaysTruncateToTicks) {
-  struct DelayCase {
-    unsigned long nanoseconds, hz, ticks;
-  };
-  for (const DelayCase& c : {DelayCase{999, 1'000'000, 0}, DelayCase{1000, 1'000'000, 1},
-                             DelayCase{30'517, 64'000'000, 1953}, DelayCase{5, 0, 0},
-                             DelayCase{~0ul, 1'000'000'000, ~0ul}}) {
-    EXPECT_EQ(TicksFromNanoseconds(c.nanoseconds, c.hz), c.ticks) << c.nanoseconds << " " << c.hz;
+TEST_F(ClockTest, DelaysTruncateToTicksAndOneBeyondTheLastTickNeverEnds) {
+  for (const auto& [nanoseconds, hz, ticks] : {std::tuple(999ul, 1'000'000ul, 0ul),
+                                               {1000, 1'000'000, 1},
+                                               {30'517, 64'000'000, 1953},
+                                               {5, 0, 0},
+                                               {~0ul, 1'000'000'000, ~0ul}}) {
+    EXPECT_EQ(TicksFromNanoseconds(nanoseconds, hz), ticks) << nanoseconds << " " << hz;
   }
-  EXPECT_EQ(TruncateToTicks(9'223'372'036'854'775'808.0), 1ul << 63);
-}
-
-TEST_F(ClockTest, ADelayBeyondTheLastTickNeverEnds) {
   clock.SetFrequency(2'000'000'000);
   clock.Tickrement(5);
   clock.AttachToTime(~0ul, &a);
@@ -130,6 +113,8 @@ TEST_F(ClockTest, ADelayBeyondTheLastTickNeverEnds) {
 
 TEST_F(ClockTest, ANewFrequencyMovesByTimeListenersTruncatingBehindEqualTicksInTheirOldOrder) {
   TickRecorder detached("detached", &log);
+  TickRecorder again("again", &log, [](unsigned long tick) { return tick == 1 ? 99ul : 0ul; });
+  clock.AttachToTime(16, &again);  // one tick; what it returns stays where it is
   clock.Tickrement(10);
   clock.AttachToTick(19, &a, true);
   clock.AttachToTick(18, &b, true);
@@ -138,47 +123,33 @@ TEST_F(ClockTest, ANewFrequencyMovesByTimeListenersTruncatingBehindEqualTicksInT
   clock.SetFrequency(32'000'000);  // 9 / 2 and 8 / 2 are both 4
   clock.DetachFromTick(&detached);
   clock.Tickrement(100);
-  EXPECT_THAT(log, ElementsAre("c@14", "b@14", "a@14"));
+  EXPECT_THAT(log, ElementsAre("again@1", "c@14", "b@14", "a@14", "again@99"));
 }
 
-TEST_F(ClockTest, AReturnedTickIsNoLongerRescaled) {
-  TickRecorder again("again", &log, [](unsigned long tick) { return tick == 1 ? 101ul : 0ul; });
-  clock.AttachToTime(16, &again);  // one tick
-  clock.Tickrement(1);
-  clock.SetFrequency(128'000'000);
-  clock.Tickrement(200);
-  EXPECT_THAT(log, ElementsAre("again@1", "again@101"));
-}
+// --- Threads, for the thread sanitiser too -------------------------------------------------------
 
-// --- Threads -------------------------------------------------------------------------------------
-
-// Meant for the thread sanitiser too.
 TEST_F(ClockTest, OtherThreadsAttachAndDetachWhileTheClockRuns) {
   constexpr int kThreads = 3;
   constexpr int kRounds = 100;
-  struct Counter : TickListener {
-    unsigned long OnTick(unsigned long) override {
-      waiting = false;
-      ++calls;
-      return 0;
-    }
-    std::atomic<bool> waiting{false};
-    std::atomic<int> calls{0};
-  } counters[kThreads];
-  std::atomic<int> running{kThreads};
+  std::atomic<int> running{kThreads}, calls{0};
   std::vector<std::thread> threads;
-  for (Counter& counter : counters) {
+  for (int n = 0; n < kThreads; ++n) {
     threads.emplace_back([&] {
-      CallLog unused;
-      TickRecorder detached("detached", &unused);
+      std::atomic<int> called{0};
+      CallLog of_this_thread;
+      TickRecorder detached("detached", &of_this_thread);
+      TickRecorder counter("counter", &of_this_thread, [&](unsigned long) {
+        ++calls;
+        ++called;
+        return 0ul;
+      });
       for (int i = 0; i < kRounds; ++i) {
-        counter.waiting = true;
         clock.AttachToTick(clock.ticks() + static_cast<unsigned long>(i % 3), &counter, false);
         clock.AttachToTime(1'000'000'000'000, &detached);
         clock.DetachFromTick(&detached);
         clock.service().CancelFunction(clock.service().GoFunction(
             1'000'000'000'000, [](int) {}, true, 0));
-        while (counter.waiting) std::this_thread::yield();
+        while (called <= i) std::this_thread::yield();
       }
       --running;
     });
@@ -188,15 +159,41 @@ TEST_F(ClockTest, OtherThreadsAttachAndDetachWhileTheClockRuns) {
     std::this_thread::yield();
   }
   for (std::thread& thread : threads) thread.join();
-  for (const Counter& counter : counters) EXPECT_EQ(counter.calls, kRounds);
+  EXPECT_EQ(calls, kThreads * kRounds);
+}
+
+// Two numbers that only differ while somebody is inside.
+TEST(OwnerLock, KeepsOwnerAndOtherThreadsApart) {
+  constexpr int kThreads = 2;
+  constexpr long kRounds = 50'000;
+  OwnerLock lock;
+  std::atomic<int> running{kThreads};
+  volatile long first = 0, second = 0;
+  long mixed = 0;
+  const auto round = [&] {
+    const std::lock_guard inside(lock);
+    if (first != second) ++mixed;
+    first = first + 1;
+    second = second + 1;
+  };
+  std::vector<std::thread> others;
+  for (int n = 0; n < kThreads; ++n) {
+    others.emplace_back([&] {
+      for (long i = 0; i < kRounds; ++i) round();
+      --running;
+    });
+  }
+  long owner_rounds = 0;
+  for (; running > 0; ++owner_rounds) round();
+  for (std::thread& other : others) other.join();
+  EXPECT_EQ(mixed, 0);
+  EXPECT_EQ(first, owner_rounds + kThreads * kRounds);
 }
 
 TEST(ClockManager, HasTheCoreClockAndRefusesUnknownNames) {
   ClockManager clocks;
-  auto added = std::make_unique<SourceClock>("apb1");
-  Clock* const apb1 = added.get();
-  clocks.AddClock(std::move(added));
-  EXPECT_EQ(clocks.GetClockByName("apb1"), apb1);
+  clocks.AddClock(std::make_unique<SourceClock>("apb1"));
+  EXPECT_EQ(clocks.GetClockByName("apb1")->name(), "apb1");
   EXPECT_NE(dynamic_cast<SourceClock*>(clocks.GetClockByName("hlck")), nullptr);
   EXPECT_EQ(ErrorOf([&] { clocks.GetClockByName("apb3"); }),
             "OrvoError: Unexpected clock name value: apb3");

@@ -1,3 +1,4 @@
+// Clocks that run on others, and the muxes that feed them.
 #include "time/derived_clock.h"
 
 #include <gmock/gmock.h>
@@ -30,31 +31,35 @@ struct DerivedClockTest : testing::Test {
 
 // --- Division mode -------------------------------------------------------------------------------
 
-TEST_F(DerivedClockTest, CountsOnDemandAndLosesNoRemainder) {
+TEST_F(DerivedClockTest, ADividedClockCountsOnDemandAndLosesNoRemainder) {
   DerivedClock clock(&source, 8, true, "div", false);
+  for (const auto& [ticks, count] : {std::pair(7, 0ul), {4, 1}, {5, 2}}) {
+    source.Tickrement(ticks);
+    EXPECT_EQ(clock.TickCount(), count);
+  }
+  EXPECT_EQ(ErrorOf([&] { clock.SetFrequency(5); }),
+            "OrvoError: Cannot set frequency of a clock which not have a fixed frequency");
+  EXPECT_EQ(ErrorOf([&] { clock.SetDivisionFactor(0); }),
+            "OrvoError: Division factor 0 for clock div");
+  clock.UpdateInput(5, 0);
   EXPECT_EQ(clock.GetFrequency(), 8'000'000u);
-  source.Tickrement(7);
-  EXPECT_EQ(clock.TickCount(), 0u);
-  source.Tickrement(4);
-  EXPECT_EQ(clock.TickCount(), 1u);  // 11 source ticks, 3 left over
-  source.Tickrement(5);
-  EXPECT_EQ(clock.TickCount(), 2u);
 }
 
 TEST_F(DerivedClockTest, CallsListenersAtTheirTicksAndWakesOnItsSourceForThemOnly) {
-  DerivedClock clock(&source, 10, true, "div", false);
+  DerivedClock middle(&source, 2, true, "middle", false);
+  DerivedClock clock(&middle, 5, true, "clock", false);
   TickRecorder far("far", &log, NoteSource()), zero("zero", &log, NoteSource());
   TickRecorder near("near", &log, [](unsigned long tick) { return tick < 3 ? tick + 1 : 0; });
   TickRecorder detached("detached", &log);
   EXPECT_EQ(clock.CalculateNextSourceTick(), 0u);
   clock.AttachToTick(50, &far, false);
-  EXPECT_EQ(clock.CalculateNextSourceTick(), 500u);
+  EXPECT_EQ(clock.CalculateNextSourceTick(), 250u);
   clock.AttachToTick(1, &detached, false);
   clock.AttachToTick(2, &near, false);
-  clock.AttachToTick(0, &zero, false);  // for which the first source tick is the earliest
+  clock.AttachToTick(0, &zero, false);  // for which the source's first tick is the earliest
   clock.DetachFromTick(&detached);
   source.Tickrement(1000);
-  EXPECT_THAT(log, ElementsAre("zero@0", "source@1", "near@2", "near@3", "far@50", "source@500"));
+  EXPECT_THAT(log, ElementsAre("zero@0", "source@2", "near@2", "near@3", "far@50", "source@500"));
   EXPECT_EQ(clock.CalculateNextSourceTick(), 0u);
 }
 
@@ -91,59 +96,28 @@ TEST_F(DerivedClockTest, ANewDivisionFactorMovesByTheRatioOfTheFactorsAndCountsN
   TickRecorder by_time("by_time", &log);
   clock.AttachToTick(1000, &by_time, true);
   clock.SetDivisionFactor(6);  // 64 MHz / 3 and / 6 are no whole hertz
-  source.Tickrement(3000);
+  source.Tickrement(3005);
   EXPECT_THAT(log, ElementsAre("by_time@500"));
-  source.Tickrement(5);
   clock.SetDivisionFactor(2);
   EXPECT_EQ(clock.TickCount(), 500u);
   source.Tickrement(1);
   EXPECT_EQ(clock.TickCount(), 501u);
 }
 
-TEST_F(DerivedClockTest, ADividedClockHasNoFrequencyOfItsOwnAndNoFactorZero) {
-  DerivedClock clock(&source, 2, true, "div", false);
-  EXPECT_EQ(ErrorOf([&] { clock.SetFrequency(5); }),
-            "OrvoError: Cannot set frequency of a clock which not have a fixed frequency");
-  EXPECT_EQ(ErrorOf([&] { clock.SetDivisionFactor(0); }),
-            "OrvoError: Division factor 0 for clock div");
-  clock.UpdateInput(5, 0);
-  EXPECT_EQ(clock.GetFrequency(), 32'000'000u);
-}
-
-TEST_F(DerivedClockTest, ADividedClockRunsOnADividedClock) {
-  DerivedClock middle(&source, 4, true, "middle", false);
-  DerivedClock clock(&middle, 5, true, "clock", false);
-  TickRecorder a("a", &log, NoteSource());
-  clock.AttachToTick(3, &a, false);
-  source.Tickrement(100);
-  EXPECT_THAT(log, ElementsAre("a@3", "source@60"));
-  EXPECT_EQ(clock.TickCount(), 5u);
-}
-
 // --- Fixed-frequency mode ------------------------------------------------------------------------
 
 TEST_F(DerivedClockTest, AFixedClockCountsOncePerPeriodAfterItsListenersWereCalled) {
-  DerivedClock clock(&source, 1'000'000, true, "fixed", true);
+  DerivedClock clock(&source, 32'768, true, "fixed", true);
   TickRecorder a("a", &log, NoteSource());
   clock.AttachToTick(1, &a, false);
-  source.Tickrement(64);
-  EXPECT_EQ(clock.TickCount(), 1u);
-  EXPECT_THAT(log, IsEmpty());  // the count stood at 0 when the first period ended
-  source.Tickrement(64);
-  EXPECT_THAT(log, ElementsAre("a@1", "source@128"));
-  source.Tickrement(640);
-  EXPECT_EQ(clock.TickCount(), 12u);
-}
-
-TEST_F(DerivedClockTest, APeriodIsAWholeNumberOfNanoseconds) {
-  DerivedClock clock(&source, 32'768, true, "fixed", true);
-  clock.SetFrequency(32'768);
   source.Tickrement(1952);
   EXPECT_EQ(clock.TickCount(), 0u);
   source.Tickrement(1);  // 30517 ns, not 30517.578125
   EXPECT_EQ(clock.TickCount(), 1u);
-  source.Tickrement(1953);
-  EXPECT_EQ(clock.TickCount(), 2u);
+  EXPECT_THAT(log, IsEmpty());  // the count stood at 0 when the first period ended
+  source.Tickrement(19530);
+  EXPECT_THAT(log, ElementsAre("a@1", "source@3906"));
+  EXPECT_EQ(clock.TickCount(), 11u);
 }
 
 TEST_F(DerivedClockTest, AFixedClockAsFastAsItsSourceOrFasterTicksOncePerSourceTick) {
@@ -156,20 +130,14 @@ TEST_F(DerivedClockTest, AFixedClockAsFastAsItsSourceOrFasterTicksOncePerSourceT
   }
 }
 
-TEST_F(DerivedClockTest, AFixedClockKeepsItsPeriodWhenTheSourceChangesItsFrequency) {
+TEST_F(DerivedClockTest, AFixedClockKeepsItsPeriodUnlessItsInputGivesAnotherAndZeroStopsIt) {
   DerivedClock clock(&source, 1'000'000, true, "fixed", true);
   clock.SetFrequency(1'000'000);
   source.Tickrement(32);
   source.SetFrequency(16'000'000);
   source.Tickrement(8);  // the second half of the period
   EXPECT_EQ(clock.TickCount(), 1u);
-  source.Tickrement(16);
-  EXPECT_EQ(clock.TickCount(), 2u);
-}
-
-TEST_F(DerivedClockTest, AnInputFrequencyRestartsThePeriodAndZeroStopsTheClock) {
-  DerivedClock clock(&source, 1'000'000, true, "fixed", true);
-  for (const auto& [hz, count] : {std::pair(2'000'000ul, 2ul), {0, 2}, {1'000'000, 3}}) {
+  for (const auto& [hz, count] : {std::pair(2'000'000ul, 9ul), {0, 9}, {1'000'000, 13}}) {
     clock.UpdateInput(hz, 0);
     source.Tickrement(64);
     EXPECT_EQ(clock.TickCount(), count) << hz;
@@ -210,6 +178,31 @@ TEST_F(DerivedClockTest, AListenerFromAnotherThreadIsNeverLost) {
   }
   thread.join();
   EXPECT_EQ(calls, kRounds);
+}
+
+// --- Muxes ---------------------------------------------------------------------------------------
+
+TEST(FrequencyMux, TellsThePresentFrequencyAtOnceAndThenThatOfTheSelectedInput) {
+  struct Ear : FrequencyListener {
+    void UpdateInput(unsigned long hz, unsigned short input) override {
+      heard.push_back(std::to_string(hz) + " on " + std::to_string(input));
+    }
+    std::vector<std::string> heard;
+  } ear;
+  FrequencyMux mux("SYSCLK", 2, 0), next("next", 2, 1);
+  mux.UpdateInput(16, 0);
+  mux.AddListener(&ear, 3);
+  mux.AddListener(&next, 1);
+  mux.UpdateInput(8, 1);
+  mux.UpdateInput(9, 0);
+  mux.SetSelection(0);  // selected already
+  mux.SetSelection(1);
+  EXPECT_THAT(ear.heard, ElementsAre("16 on 3", "9 on 3", "8 on 3"));
+  EXPECT_EQ(next.output_frequency_hz(), 8u);  // muxes in a row
+  EXPECT_EQ(ErrorOf([&] { mux.UpdateInput(1, 2); }),
+            "OrvoError: MuxSelector::UpdateInputFrequency - Got input number that is not exist");
+  EXPECT_EQ(ErrorOf([&] { mux.SetSelection(2); }),
+            "OrvoError: Mux::SetOutput - Got input number that is not exist");
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
+// NVIC, system control block and SysTick beyond what the firmware programs interrupts.c,
+// sleep_and_reset.c and counting.c show.
 #include <gmock/gmock.h>
 
 #include "runner/args_manager.h"
 #include "support/error_of.h"
 #include "support/exception_bench.h"
+#include "time/derived_clock.h"
 
 namespace orvo {
 namespace {
@@ -13,12 +16,24 @@ struct SystemControlBlockTest : testing::Test, ExceptionBench {
     return ErrorOf([&] { Write(address, value); });
   }
 
-  static constexpr unsigned kIser = 0xe000e100, kIcer = 0xe000e180;
-  static constexpr unsigned kIspr = 0xe000e200, kIcpr = 0xe000e280, kIabr = 0xe000e300;
-  static constexpr unsigned kIp = 0xe000e400;
-  static constexpr unsigned kIcsr = 0xe000ed04, kVtor = 0xe000ed08, kAircr = 0xe000ed0c;
-  static constexpr unsigned kShpr1 = 0xe000ed18, kShcsr = 0xe000ed24;
+  // Ticks until SysTick is pending, which is taken away again; 0 if it doesn't come.
+  unsigned long TicksToSysTick() {
+    for (unsigned long ticks = 1; ticks <= 1000; ++ticks) {
+      mcu.clock().Tickrement(1);
+      if (!interrupts.IsPending(kSysTick)) continue;
+      interrupts.RaiseInterrupt(kSysTick, false);
+      return ticks;
+    }
+    return 0;
+  }
 };
+
+constexpr unsigned kCsr = 0xe000e010, kRvr = 0xe000e014, kCvr = 0xe000e018;
+constexpr unsigned kEnable = 1, kTickInt = 2, kCoreClock = 4, kCountFlag = 1u << 16;  // CSR
+constexpr unsigned kIser = 0xe000e100, kIcer = 0xe000e180, kIspr = 0xe000e200, kIcpr = 0xe000e280;
+constexpr unsigned kIabr = 0xe000e300, kIp = 0xe000e400;
+constexpr unsigned kIcsr = 0xe000ed04, kVtor = 0xe000ed08, kAircr = 0xe000ed0c;
+constexpr unsigned kShpr1 = 0xe000ed18, kShcsr = 0xe000ed24;
 
 TEST_F(SystemControlBlockTest, RegistersReadTheirResetValues) {
   Write(kShpr1, 0x20202020);
@@ -167,6 +182,53 @@ TEST_F(SystemControlBlockTest, AircrTakesWritesWithTheKeyOnly) {
   Write(kAircr, 0x05fb0700);
   Write(kAircr, 0xfa050700);
   EXPECT_EQ(Word(kAircr), 0xfa050500u);
+}
+
+// --- SysTick -------------------------------------------------------------------------------------
+
+TEST_F(SystemControlBlockTest, NeitherTheCurrentValueNorASecondEnableMovesSysTick) {
+  Write(kRvr, 100);
+  Write(kCsr, kEnable | kCoreClock);
+  mcu.clock().Tickrement(140);
+  EXPECT_FALSE(interrupts.IsPending(kSysTick));  // TICKINT is clear
+  Write(kCvr, 5);
+  EXPECT_EQ(Word(kCvr), 100u);
+  EXPECT_EQ(mcu.scb().MemorySection::get(SystemControlBlockHandler::CVR), kEnable | kCoreClock);
+  EXPECT_EQ(Word(kCsr), kEnable | kCoreClock | kCountFlag);  // not cleared by the write
+  Write(kCsr, kEnable | kTickInt | kCoreClock);
+  EXPECT_EQ(TicksToSysTick(), 60u);
+  EXPECT_EQ(TicksToSysTick(), 100u);
+  Write(kCsr, kTickInt | kCoreClock);  // switched off it leaves a COUNTFLAG at most
+  EXPECT_EQ(TicksToSysTick(), 0u);
+  EXPECT_EQ(Word(kCsr) & kCountFlag, kCountFlag);
+}
+
+TEST_F(SystemControlBlockTest, AReloadValueOfZeroDoesNotCountAndDoesNotHang) {
+  Write(kCsr, kEnable | kTickInt | kCoreClock);
+  EXPECT_EQ(TicksToSysTick(), 0u);
+  Write(kRvr, 50);
+  EXPECT_EQ(TicksToSysTick(), 50u);
+  Write(kRvr, 0);
+  EXPECT_EQ(TicksToSysTick(), 50u);  // the count that was under way
+  EXPECT_EQ(TicksToSysTick(), 0u);
+  Write(kRvr, 20);
+  EXPECT_EQ(TicksToSysTick(), 20u);
+}
+
+TEST(SysTickExternalClock, TakesARunningCounterOffTheCoreClockAndCountsFromTheNextStart) {
+  struct ExternalClockMcu : TestMcu {
+    Clock* GetSysTickExternalClock() override { return &external; }
+    DerivedClock external{&clock(), 8, true, "external", false};
+  } mcu;
+  mcu.memory().set<true>(kRvr, 10);
+  mcu.memory().set<true>(kCsr, kEnable | kTickInt | kCoreClock);
+  mcu.memory().set<true>(kCsr, kEnable | kTickInt);
+  mcu.clock().Tickrement(1000);
+  EXPECT_FALSE(mcu.isPending(kSysTick));
+  mcu.memory().set<true>(kCsr, 0);
+  mcu.memory().set<true>(kCsr, kEnable | kTickInt);
+  mcu.clock().Tickrement(79);
+  EXPECT_FALSE(mcu.isPending(kSysTick));
 }
 
 // --- DWT, and what is refused --------------------------------------------------------------------
