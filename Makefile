@@ -36,6 +36,7 @@ bench:
 	@cmake --build --preset release -j $(JOBS)
 	@build/release/bin/orvo_bench
 	@python3 scripts/bench_workload.py $(EXECUTABLE) build/release/firmware
+	@python3 bench/control_connection.py $(EXECUTABLE) build/release/firmware
 
 # Under sudo the build stays with the user who called it. The manifest would be root's.
 install:

@@ -1,7 +1,7 @@
 # Firmware images for the simulated chips, cross-compiled by custom commands beside the host build.
 #
 # orvo_firmware(NAME PROGRAM file.c [SOURCES file.c ...] [OPT -O2] [FLOAT hard|soft]
-#               [CPU cortex-m4] [CHIP nrf52832] [DEFINES A=1 ...])
+#               [CPU cortex-m4] [CHIP nrf52832] [DEFINES A=1 ...] [FLAGS -g ...])
 #
 # builds NAME.elf, NAME.bin and NAME.hex in ORVO_FIRMWARE_DIR as part of the target `firmware`.
 # CHIP names a linker script of firmware/boot/. The start-up code and the drivers are compiled once
@@ -58,7 +58,7 @@ function(_orvo_firmware_support output family float cpu)
 endfunction()
 
 function(orvo_firmware name)
-  cmake_parse_arguments(image "" "PROGRAM;OPT;FLOAT;CPU;CHIP" "DEFINES;SOURCES" ${ARGN})
+  cmake_parse_arguments(image "" "PROGRAM;OPT;FLOAT;CPU;CHIP" "DEFINES;FLAGS;SOURCES" ${ARGN})
   foreach(default "OPT -O2" "FLOAT hard" "CPU cortex-m4" "CHIP nrf52832")
     string(REGEX MATCH "([^ ]+) (.+)" ignored ${default})
     if(NOT image_${CMAKE_MATCH_1})
@@ -74,8 +74,8 @@ function(orvo_firmware name)
   add_custom_command(
     OUTPUT ${stem}.elf ${stem}.bin ${stem}.hex
     COMMAND ${ARM_GCC} ${ORVO_FIRMWARE_FLAGS} -mcpu=${image_CPU}
-            ${ORVO_FIRMWARE_FLOAT_${image_FLOAT}} ${image_OPT} ${image_DEFINES} ${image_PROGRAM}
-            ${image_SOURCES} ${support} -nostartfiles --specs=nano.specs -u _printf_float -lm
+            ${ORVO_FIRMWARE_FLOAT_${image_FLOAT}} ${image_OPT} ${image_FLAGS} ${image_DEFINES}
+            ${image_PROGRAM} ${image_SOURCES} ${support} -nostartfiles --specs=nano.specs -u _printf_float -lm
             -Wl,--gc-sections -L${ORVO_FIRMWARE_SOURCE_DIR}/boot -T ${image_CHIP}.ld -o
             ${stem}.elf
     COMMAND ${ARM_OBJCOPY} -O binary ${stem}.elf ${stem}.bin

@@ -2,7 +2,10 @@
 # in the installed tree as in the build tree.
 set(ORVO_INSTALL_HOME lib/orvo)
 install(TARGETS orvo DESTINATION ${ORVO_INSTALL_HOME}/libexec/orvo/bin)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/sdk/ DESTINATION ${ORVO_INSTALL_HOME}/sdk)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/sdk/zandor DESTINATION ${ORVO_INSTALL_HOME}/sdk
+        PATTERN __pycache__ EXCLUDE)
+install(FILES ${PROJECT_SOURCE_DIR}/sdk/README.md ${PROJECT_SOURCE_DIR}/sdk/pyproject.toml
+        DESTINATION ${ORVO_INSTALL_HOME}/sdk)
 install(CODE "
   set(bin \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")
   file(MAKE_DIRECTORY \"\${bin}\")

@@ -8,6 +8,13 @@
 static inline int is_pending(unsigned line) { return NVIC_ISPR(line / 32) >> line % 32 & 1; }
 static inline void clear_pending(unsigned line) { NVIC_ICPR(line / 32) = 1u << line % 32; }
 
+// Clears the latch of wfe, which a line that became pending before may have set.
+static inline void forget_event(unsigned line) {
+  clear_pending(line);
+  NVIC_ISPR(line / 32) = 1u << line % 32;
+  __asm volatile("wfe" ::: "memory");
+}
+
 // Ticks from a store into the task until the line becomes pending; at least 4.
 static inline uint32_t ticks_after(volatile uint32_t* task, uint32_t value, unsigned line) {
   uint32_t before, after;

@@ -1,5 +1,5 @@
 // GPIO and GPIOTE of one port, on a board that joins pins 0 and 4 by a short, and has an analog
-// switch: address on pins 8 and 9, enable on 10, output on 12, its sources 1, 0, 1, 0.
+// switch: address on pins 8 and 9, enable on 10, output on 12, its sources 1, 0, pin 13, 0.
 #include "drivers/gpio.h"
 
 #include <stdio.h>
@@ -126,18 +126,49 @@ static void bit_banged_uart(const char* text) {
   }
 }
 
+// What `reader` reads: at first, while the other pin is high, and after that.
+static uint32_t follows(unsigned driver, unsigned reader) {
+  uint32_t seen = gpio_read(0, reader);
+  GPIO_OUTSET(0) = 1u << driver;
+  seen = seen << 4 | gpio_read(0, reader);
+  GPIO_OUTCLR(0) = 1u << driver;
+  return seen << 4 | gpio_read(0, reader);
+}
+
+static void short_from_its_other_side(void) {
+  GPIO_PIN_CNF(0, 0) = GPIO_INPUT;
+  GPIO_PIN_CNF(0, 4) = GPIO_OUTPUT;
+  PRINT("short from its other side", follows(4, 0));
+  GPIO_PIN_CNF(0, 4) = GPIO_INPUT;
+  GPIO_PIN_CNF(0, 0) = GPIO_OUTPUT;
+}
+
 static void analog_switch(void) {
-  uint32_t seen[6];
+  enum { kEnable = 1 << 10, kSource3 = 2 << 8, kPin13 = 1 << 13 };
+  uint32_t seen[4];
   for (unsigned pin = 8; pin <= 10; ++pin) GPIO_PIN_CNF(0, pin) = GPIO_OUTPUT;
+  GPIO_PIN_CNF(0, 13) = GPIO_OUTPUT;
   for (unsigned source = 0; source < 4; ++source) {
-    GPIO_OUT(0) = 1u << 10 | source << 8;
+    GPIO_OUT(0) = kEnable | source << 8 | kPin13;
     seen[source] = gpio_read(0, 12);
   }
-  GPIO_OUT(0) = 2u << 8;
-  seen[4] = gpio_read(0, 12);
-  GPIO_OUT(0) = 1u << 10 | 2u << 8;
-  seen[5] = gpio_read(0, 12);
-  print("switched to 1, 2, 3, 4, off, 3", 6, seen);
+  print("switched to 1, 2, 3, 4", 4, seen);
+
+  GPIO_OUT(0) = kEnable | kSource3;
+  seen[0] = follows(13, 12);
+  GPIO_OUT(0) = kSource3;
+  seen[1] = follows(13, 12);
+  // On to source 1, in one store with a change of the source that is left.
+  GPIO_OUT(0) = kEnable | kSource3 | kPin13;
+  GPIO_OUT(0) = kEnable;
+  seen[2] = gpio_read(0, 12);
+  GPIO_OUT(0) = 0;
+  GPIO_PIN_CNF(0, 13) = GPIO_INPUT;
+  GPIO_PIN_CNF(0, 12) = GPIO_OUTPUT;
+  GPIO_OUT(0) = kEnable | kSource3;
+  seen[3] = follows(12, 13);
+  print("through the switch: on, off, on to 1, back", 4, seen);
+  GPIO_PIN_CNF(0, 12) = GPIO_INPUT;
 }
 
 // The port event at each level that is reported, on inputs only.
@@ -170,6 +201,7 @@ int main(void) {
   registers();
   pulses();
   bit_banged_uart("exact!");
+  short_from_its_other_side();
   analog_switch();
   sense();
   return 0;

@@ -10,6 +10,18 @@
 #include "runner/errors.h"
 
 namespace orvo {
+namespace {
+
+// The value of hexadecimal digits.
+unsigned HexToDec(std::string_view digits) {
+  unsigned value = 0;
+  if (std::from_chars(digits.begin(), digits.end(), value, 16).ec != std::errc())
+    throw OrvoError("Internal error in call-trace during calc regex on dump file (address " +
+                    std::string(digits) + ")");
+  return value;
+}
+
+}  // namespace
 
 FunctionTracer::FunctionTracer() {
   const std::string& path = ArgsManager::Get().objdump;
@@ -19,6 +31,9 @@ FunctionTracer::FunctionTracer() {
   if (std::filesystem::is_regular_file(path)) listing.open(path);
   if (!listing.is_open()) std::cerr << "Warning: can't open " << path << ", no function has a name\n";
   Read(listing);
+  const bool wanted = ArgsManager::Get().trace.find("functions") != std::string::npos;
+  if (wanted && listing.is_open() && functions_.empty())
+    std::cerr << "Warning: " << path << " names no function, as \"00000400 <main>:\" does\n";
 }
 
 // Takes the lines of the form ([0-9a-fA-F]+) <(.*)>: and skips all others.
@@ -36,10 +51,7 @@ void FunctionTracer::Read(std::istream& listing) {
     name.remove_prefix(kBeforeName.size());
     name.remove_suffix(kAfterName.size());
 
-    unsigned address = 0;
-    if (std::from_chars(line.data(), line.data() + digits, address, 16).ec != std::errc())
-      throw OrvoError("Internal error in call-trace during calc regex on dump file (" + text + ")");
-    functions_[address] = name;
+    functions_[HexToDec(line.substr(0, digits))] = name;
   }
 }
 

@@ -10,10 +10,8 @@ namespace orvo {
 
 class FunctionTracer {
  public:
-  // Reads the --objdump file, if one was given.
+  // Reads the --objdump file, if one was given. Throws OrvoError for an address of more than 32 bits.
   FunctionTracer();
-  // Throws OrvoError for an address of more than 32 bits.
-  explicit FunctionTracer(std::istream& listing) { Read(listing); }
 
   // Called before each instruction. Silent without symbols.
   void TraceEnterToNewFunction(unsigned pc, std::ostream& stream);

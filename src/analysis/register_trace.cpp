@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <bit>
+#include <charconv>
+#include <iostream>
 
 #include "runner/args_manager.h"
 #include "runner/errors.h"
@@ -41,7 +43,15 @@ RegisterTrace::RegisterTrace() : RegisterTrace(ArgsManager::Get().start_pc, Inpu
 
 RegisterTrace::RegisterTrace(unsigned start_pc, std::istream* recorded)
     : start_pc_(start_pc), recorded_(recorded), check_log_(start_pc == 0) {
-  for (unsigned n = 0; n < floats_.size(); ++n) floats_[n] = {0, fmt::format(" s{}=0.000000", n)};
+  for (unsigned n = 0; n < floats_.size(); ++n) floats_[n].Set(n, 0);
+}
+
+void RegisterTrace::FloatText::Set(unsigned n, unsigned new_bits) {
+  bits = new_bits;
+  char* const end = text.data() + text.size();
+  char* next = fmt::format_to(text.data(), " s{}=", n);
+  next = std::to_chars(next, end, std::bit_cast<float>(bits), std::chars_format::fixed, 6).ptr;
+  size = static_cast<size_t>(next - text.data());
 }
 
 void RegisterTrace::Print(const Registers& registers, std::ostream& stream) {
@@ -52,10 +62,36 @@ void RegisterTrace::Print(const Registers& registers, std::ostream& stream) {
     stream.write(line_.data(), static_cast<std::streamsize>(line_.size()));
     return;
   }
-  // Past the end of the file this gives an empty line, which no line equals.
+  // Past the end of the file this leaves an empty line, which no line equals.
+  recorded_line_.clear();
   std::getline(*recorded_, recorded_line_);
-  if (recorded_line_ != line_)
-    throw OrvoError("Mismatch log file:\r\n" + recorded_line_ + "\r\n" + line_);
+  ++compared_lines_;
+  if (recorded_line_ != line_) ReportMismatch();
+}
+
+void RegisterTrace::ReportMismatch() {
+  std::cerr << "Warning: this run differs from the recorded trace in its line " << compared_lines_;
+  if (recorded_->fail()) {
+    std::cerr << ", behind its end";
+  } else if (recorded_line_.ends_with('\r')) {
+    std::cerr << ", which has a DOS line end";
+  }
+  std::cerr << std::endl;
+  recorded_ = nullptr;
+  throw OrvoError("Mismatch log file:\r\n" + recorded_line_ + "\r\n" + line_);
+}
+
+void RegisterTrace::WarnAboutRest() {
+  if (recorded_ == nullptr) return;
+  if (compared_lines_ == 0) {
+    std::cerr << "Warning: nothing was compared with the recorded trace";
+  } else if (recorded_->peek() != std::istream::traits_type::eof()) {
+    std::cerr << "Warning: the run ended before the recorded trace, behind its line "
+              << compared_lines_;
+  } else {
+    return;
+  }
+  std::cerr << std::endl;
 }
 
 std::string_view RegisterTrace::Line(const Registers& registers) {
@@ -81,9 +117,8 @@ void RegisterTrace::AppendWord(std::string_view name, unsigned value) {
 
 void RegisterTrace::AppendFloat(unsigned n, unsigned bits) {
   FloatText& kept = floats_[n];
-  if (kept.bits != bits)
-    kept = {bits, fmt::format(" s{}={:.6f}", n, static_cast<double>(std::bit_cast<float>(bits)))};
-  Append(kept.text);
+  if (kept.bits != bits) kept.Set(n, bits);
+  Append({kept.text.data(), kept.size});
 }
 
 }  // namespace orvo

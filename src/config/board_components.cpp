@@ -17,25 +17,25 @@ std::string LowerCase(std::string text) {
   return text;
 }
 
-void CheckType(const JsonPlace& component) {
+// What every entry may have, whether its class asks for it or not.
+void CheckKeys(const JsonPlace& component) {
+  for (const char* key : {"class", "file", "name", "type"}) {
+    if (component.Has(key)) component[key].String();
+  }
+  for (const char* key : {"config", "generators", "pins"}) {
+    if (component.Has(key)) component[key].Object();
+  }
   if (!component.Has("type")) return;
-  const std::string& type = component["type"].String();
-  const std::string lower_case = LowerCase(type);
-  if (lower_case != "peripheral" && lower_case != "mcu") {
-    throw UserError("Unsupported type : " + type + ". Type should be Peripheral or Mcu");
+  const JsonPlace type = component["type"];
+  const std::string lower_case = LowerCase(type.String());
+  if (lower_case != "peripheral" && lower_case != "mcu" && !type.HasProblems()) {
+    type.Report("Unsupported type : " + type.String() + ". Type should be Peripheral or Mcu");
   }
 }
 
-// A merged component by its name, if it has one: its number isn't the one in the user's file.
-JsonPlace ByName(const JsonPlace& component) {
-  if (!component.Has("name")) return component;
-  return JsonPlace(component.value(), component.document(),
-                   "component \"" + component["name"].String() + "\"");
-}
-
-[[noreturn]] void ReportDuplicate(const std::string& name) {
-  throw UserError("board.json: Duplicate peripheral: " + name +
-                  " . Each peripheral must have a unique name");
+void ReportDuplicate(const JsonPlace& name) {
+  name.Report("board.json: Duplicate peripheral: " + name.String() +
+              " . Each peripheral must have a unique name");
 }
 
 }  // namespace
@@ -46,46 +46,51 @@ const nlohmann::json& ConfigurationFileHandler::GetComponents() const {
   return board["components"].Array();
 }
 
-void ConfigurationFileHandler::AddComponent(const nlohmann::json& component) {
-  document_["components"].push_back(component);
+void ConfigurationFileHandler::AddComponent(const JsonPlace& component) {
+  document_["components"].push_back(component.value());
+  paths_.push_back(component.path());
 }
 
 bool ConfigurationFileHandler::IsMcuComponent(const JsonPlace& component) {
-  return component.Has("class") && IsPlatformSupported(LowerCase(component["class"].String()));
+  const bool has_class = component.Has("class") && component["class"].value().is_string();
+  return has_class && IsPlatformSupported(LowerCase(component["class"].String()));
 }
 
 std::string ConfigurationFileHandler::GetComponentName(const JsonPlace& component) {
   if (!component.Has("name")) {
     if (component.Has("class")) {
-      throw UserError("board.json: Missing name field in one of the peripherals");
+      component.Report("board.json: Missing name field in one of the peripherals");
     }
     return "";
   }
-  const std::string& name = component["name"].String();
-  if (!names_.insert(name).second) ReportDuplicate(name);
-  return name;
+  const JsonPlace name = component["name"];
+  if (!names_.insert(name.String()).second) ReportDuplicate(name);
+  return name.String();
 }
 
 void ConfigurationFileHandler::RemoveDefaultComponents() {
   const nlohmann::json components = GetComponents();
-  nlohmann::json kept = nlohmann::json::array();
+  document_["components"] = nlohmann::json::array();
+  paths_.clear();
   for (const JsonPlace& component : JsonPlace(components, file_, "components").Elements()) {
-    if (IsMcuComponent(component)) kept.push_back(component.value());
+    if (IsMcuComponent(component)) AddComponent(component);
   }
-  document_["components"] = kept;
 }
 
 void ConfigurationFileHandler::InitComponents(const JsonPlace& board) {
   if (!board.Has("components")) return;
   const JsonPlace components = board["components"];
   components.Array();
+  if (!components.value().is_array()) return;  // reported
   for (const JsonPlace& component : components.Elements()) {
     component.Object();
+    if (!component.value().is_object()) continue;  // reported
     if (IsMcuComponent(component)) {
+      CheckKeys(component);
       MergeMcuConfigFromFile(component);
     } else {
       GetComponentName(component);
-      AddComponent(component.value());
+      AddComponent(component);
     }
   }
 }
@@ -96,42 +101,74 @@ void ConfigurationFileHandler::InitDataGenerators(const JsonPlace& board,
   const JsonPlace generators = board["DataGenerators"];
   nlohmann::json list = nlohmann::json::array();
   for (const JsonPlace& generator : generators.Elements()) {
-    if (!generator.Has("type")) {
+    // With a list of problems LoadJson() tells of it.
+    if (problems_ == nullptr && !generator.Has("type")) {
       throw UserError("Missing 'type' key in data generator. Please check your scenario.json file");
     }
     list.push_back(generator.value());
   }
-  if (scenario != nullptr) scenario->LoadJson(JsonPlace(list, file_, "DataGenerators"));
+  if (scenario != nullptr) {
+    scenario->LoadJson(JsonPlace(list, file_, "DataGenerators", problems_));
+  }
+}
+
+// A merged component by its name, if it has one, and otherwise where it stands in its own file.
+std::vector<JsonPlace> ConfigurationFileHandler::EntriesOf(const nlohmann::json& list,
+                                                           ComponentKind kind) const {
+  const bool internal = kind == ComponentKind::kInternal;
+  const JsonPlace whole(list, file_, internal ? "Mcu config.internal_peripherals" : "components",
+                        problems_);
+  std::vector<JsonPlace> entries;
+  for (const JsonPlace& element : whole.Elements()) {
+    element.Object();
+    if (!element.value().is_object()) continue;  // reported
+    std::string path = element.path();
+    const bool named = element.value().contains("name") && element.value()["name"].is_string();
+    if (!internal && entries.size() < paths_.size()) path = paths_[entries.size()];
+    if (!internal && named) path = "component \"" + element["name"].String() + "\"";
+    entries.emplace_back(element.value(), file_, path, problems_);
+  }
+  return entries;
 }
 
 std::map<std::string, Peripheral*> ConfigurationFileHandler::AggregatePeripheralsFromJson(
     Mcu* mcu, WireManager& wires, const nlohmann::json& list, ComponentKind kind) {
   std::map<std::string, Peripheral*> peripherals;
-  const char* path = kind == ComponentKind::kInternal ? "internal_peripherals" : "components";
-  for (const JsonPlace& element : JsonPlace(list, file_, path).Elements()) {
-    const JsonPlace component = ByName(element);
-    CheckType(component);
+  for (const JsonPlace& component : EntriesOf(list, kind)) {
+    CheckKeys(component);
     if (IsMcuComponent(component)) continue;
     Peripheral* peripheral = nullptr;
-    if (component.Has("class")) {
-      peripheral = GetPeripheralWhichHasClassField(component, mcu, wires, kind);
-    } else if (component.Has("file")) {
-      peripheral = GetPeripheralFromFile(component, mcu, wires);
-    } else {
-      throw UserError(
-          "board.json: One of the fields \"class\" or \"file\" should be assigned for peripheral. "
-          "\"file\" is the path of a plug-in, a shared object that models the device");
+    try {
+      peripheral = MakeComponent(component, mcu, wires, kind);
+    } catch (const UserError& error) {
+      if (problems_ == nullptr) throw;
+      component.Report(error.message());
     }
-    const std::string& name = component["name"].String();
-    if (!peripherals.emplace(name, peripheral).second) ReportDuplicate(name);
+    // Without a name and with a class: that was reported when the file was read.
+    if (problems_ != nullptr && !component.Has("name") && component.Has("class")) continue;
+    const JsonPlace name = component["name"];
+    const bool reported = kind == ComponentKind::kExternal && names_.contains(name.String());
+    if (!peripherals.emplace(name.String(), peripheral).second && !reported) ReportDuplicate(name);
   }
   return peripherals;
 }
 
+Peripheral* ConfigurationFileHandler::MakeComponent(const JsonPlace& component, Mcu* mcu,
+                                                    WireManager& wires, ComponentKind kind) {
+  if (component.Has("class")) return GetPeripheralWhichHasClassField(component, mcu, wires, kind);
+  if (component.Has("file")) return GetPeripheralFromFile(component, mcu, wires);
+  component.Report(
+      "board.json: One of the fields \"class\" or \"file\" should be assigned for peripheral. "
+      "\"file\" is the path of a plug-in, a shared object that models the device");
+  return nullptr;
+}
+
 Peripheral* ConfigurationFileHandler::GetPeripheralFromFile(const JsonPlace& component, Mcu*,
                                                             WireManager&) {
-  throw UserError(file_ + ": the plug-in " + component["file"].String() +
-                  " can't be loaded: support for plug-ins is not built in");
+  const JsonPlace file = component["file"];
+  file.Report(file_ + ": the plug-in " + file.String() +
+              " can't be loaded: support for plug-ins is not built in");
+  return nullptr;
 }
 
 Peripheral* ConfigurationFileHandler::GetPeripheralWhichHasClassField(const JsonPlace& component,

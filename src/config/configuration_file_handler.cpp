@@ -10,9 +10,10 @@
 namespace orvo {
 
 void ConfigurationFileHandler::Init(const std::string& platform, ScenarioFileHandler* scenario,
-                                    const std::string& executable_path) {
+                                    const std::string& executable_path, ProblemList* problems) {
   logger::debug("ConfigurationFileHandler") << "Init";
   names_.clear();
+  problems_ = problems;
   InitConfigFromDefault(platform, executable_path);
   for (const char* file : {"board.json", "bsp.json"}) {
     // One that exists and can't be read is an error, not a reason to take the next.
@@ -31,15 +32,18 @@ void ConfigurationFileHandler::InitConfigFromDefault(const std::string& platform
   }
   document_ = ReadJsonFile(path);
   file_ = path;
+  paths_.clear();
   InitPinsConfig(platform);
 }
 
 void ConfigurationFileHandler::InitConfigFromBoardDotJson(const std::string& file,
                                                           ScenarioFileHandler* scenario) {
   RemoveDefaultComponents();
-  const nlohmann::json board = ReadJsonFile(file);
   file_ = file;
-  const JsonPlace root(board, file);
+  const nlohmann::json board = ReadJsonFile(file, problems_);
+  const JsonPlace root(board, file, "", problems_);
+  if (root.HasProblems() && board.is_null()) return;  // can't be read at all
+  root.Object();
   InitComponents(root);
   InitDataGenerators(root, scenario);
 }

@@ -1,6 +1,7 @@
 // The board: the chip's default board file, overlaid by board.json or bsp.json of the current
 // directory. One merged JSON document, and the questions that the rest of the system asks of it.
-// All errors about a file's contents are UserErrors that name file, key and what was expected.
+// All errors about a file's contents are UserErrors that name file, key and what was expected; with
+// a list of problems, mistakes in the user's file go there instead, and the rest is read on.
 #pragma once
 
 #include <functional>
@@ -9,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "config/json_place.h"
 #include "devices/peripheral_factory.h"
@@ -29,9 +31,10 @@ class ConfigurationFileHandler {
 
   // Loads the configuration of a platform; what was loaded before is forgotten. The path of the
   // executable leads to the default boards. The scenario, which may be null, gets the data
-  // generators of the user's file.
+  // generators of the user's file. The list of problems, if there is one, must outlive the use of
+  // this object.
   void Init(const std::string& platform, ScenarioFileHandler* scenario,
-            const std::string& executable_path);
+            const std::string& executable_path, ProblemList* problems = nullptr);
   void InitConfigFromDefault(const std::string& platform, const std::string& executable_path);
   void InitConfigFromBoardDotJson(const std::string& file, ScenarioFileHandler* scenario);
 
@@ -51,7 +54,7 @@ class ConfigurationFileHandler {
 
   // The array of components, the chip's own included.
   const nlohmann::json& GetComponents() const;
-  void AddComponent(const nlohmann::json& component);
+  void AddComponent(const JsonPlace& component);
   // Whether the class of the component is the name of a platform, in any letter case.
   static bool IsMcuComponent(const JsonPlace& component);
   // The name, empty if there is none; throws for a name that was asked for before, and for a
@@ -77,6 +80,8 @@ class ConfigurationFileHandler {
   // ---- Configuration of the chip (mcu_configuration.cpp) ----
 
   const nlohmann::json& GetMcuConfig() const;
+  // The file that was read last.
+  const std::string& file() const { return file_; }
   // The chip's configuration with the words that errors use for it; null if nothing was loaded.
   JsonPlace McuConfigPlace() const;
   // -1, as all ones, if the key is absent or nothing was loaded. A negative value of the file is
@@ -115,11 +120,16 @@ class ConfigurationFileHandler {
   // The place of the chip's entry in "components".
   size_t McuIndex() const;
   nlohmann::json& McuConfigForUpdate();
+  std::vector<JsonPlace> EntriesOf(const nlohmann::json& list, ComponentKind kind) const;
+  Peripheral* MakeComponent(const JsonPlace& component, Mcu* mcu, WireManager& wires,
+                            ComponentKind kind);
   bool FindNetwork(const std::function<bool(const JsonPlace&)>& matches) const;
 
   nlohmann::json document_;
   std::string file_;  // what was read last, for errors
   std::set<std::string> names_;
+  std::vector<std::string> paths_;  // of the components, each in the file that it comes from
+  ProblemList* problems_ = nullptr;
 };
 
 }  // namespace orvo

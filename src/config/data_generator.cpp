@@ -109,7 +109,8 @@ Mcu& DataGenerator::mcu() const {
 
 JsonPlace DataGenerator::Required(const JsonPlace& config, const std::string& key,
                                   const std::string& missing, const std::string& advice) const {
-  if (!config.Has(key)) throw UserError(missing + kind_ + advice);
+  const bool may_have_keys = config.value().is_object() || config.value().is_null();
+  if (may_have_keys && !config.Has(key)) return config.Missing(key, missing + kind_ + advice);
   return config[key];
 }
 

@@ -51,7 +51,7 @@ class DataGenerator : public iDataGeneratorV2 {
   // Ticks and hertz of the main clock; throws OrvoError before SetMcu.
   unsigned long TickCount() const;
   unsigned long FrequencyHz() const;
-  // The config's member; throws UserError made of `missing`, the kind and `advice` without it.
+  // The config's member; without it, a mistake whose text is `missing`, the kind and `advice`.
   JsonPlace Required(const JsonPlace& config, const std::string& key, const std::string& missing,
                      const std::string& advice = ". Please check your scenario.json file") const;
   // The integer part, cut to the bits of T; throws UserError for what no 64 bits hold.

@@ -15,6 +15,20 @@ namespace {
 constexpr char kMissingMin[] = "Missing min value in data generator ";
 constexpr char kMissingMax[] = "Missing max value in data generator ";
 
+// What the C library's rand() gives that nobody has seeded. Apart from it, since a chip's random
+// number generator may seed that from the host's time.
+int UnseededRand() {
+  struct Generator {
+    Generator() { initstate_r(1, table, sizeof(table), &data); }
+    char table[128]{};
+    random_data data{};
+  };
+  static Generator generator;
+  int value = 0;
+  random_r(&generator.data, &value);
+  return value;
+}
+
 }  // namespace
 
 // ---- Constant ----
@@ -52,8 +66,9 @@ RandomDataGenerator::RandomDataGenerator(const JsonPlace& config, std::string na
       min_(Required(config, "min", "Missing min value in random generator ").Int32()) {
   const long max = Required(config, "max", "Missing max value in random generator ").Int32();
   const long range = max - min_;
+  if (config.HasProblems()) return;
   if (range < 1 || range > std::numeric_limits<int>::max()) {
-    config["max"].Fail("a value above min by 1 to 2147483647");
+    config["max"].ReportExpected("a value above min by 1 to 2147483647");
   }
   range_ = static_cast<int>(range);
 }
@@ -65,14 +80,14 @@ bool RandomDataGenerator::Holds(unsigned long step) {
 }
 
 int RandomDataGenerator::DoGetNextInt32(unsigned long step) {
-  if (!Holds(step)) last_int_ = std::rand() % range_ + min_;
+  if (!Holds(step)) last_int_ = UnseededRand() % range_ + min_;
   return last_int_;
 }
 
 double RandomDataGenerator::DoGetNextDouble(unsigned long step) {
   if (!Holds(step)) {
     // Deliberate: the divisor is an integer, so that the largest value lies a little above max.
-    last_double_ = std::rand() / static_cast<double>(0x7FFFFFFF / range_) + min_;
+    last_double_ = UnseededRand() / static_cast<double>(0x7FFFFFFF / range_) + min_;
   }
   return last_double_;
 }
@@ -86,10 +101,12 @@ IncrementDataGenerator::IncrementDataGenerator(const JsonPlace& config, std::str
                      ".Please check your scenario.json file")
                 .Number()) {
   const double max = Required(config, "max", kMissingMax).Number();
+  if (config.HasProblems()) return;
   const double count = (max - min_) / step_ + 1;
   // A step of 0 gives an infinite count or none at all.
   if (!(count >= 1 && count < 0x1p63)) {
-    config["step"].Fail("a step that leads from min to max");
+    config["step"].ReportExpected("a step that leads from min to max");
+    return;
   }
   count_ = static_cast<unsigned long>(count);
 }
@@ -109,8 +126,11 @@ ValuesDataGenerator::ValuesDataGenerator(const JsonPlace& config, std::string ki
   const JsonPlace values =
       Required(config, "validValues", "Missing validValues value in values generator ");
   values.Array();
+  if (values.value().is_object()) return;  // reported
   for (const JsonPlace& value : values.Elements()) values_.push_back(value.Number());
-  if (values_.empty()) values.Fail("an array of at least one number");
+  if (values_.empty() && !values.HasProblems()) {
+    values.ReportExpected("an array of at least one number");
+  }
 }
 
 double ValuesDataGenerator::DoGetNextDouble(unsigned long step) {

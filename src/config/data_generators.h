@@ -25,7 +25,7 @@ class ConstantDataGenerator : public DataGenerator {
 };
 
 // "RANDOM": integers from min to max - 1, doubles from min to about max. The C library's
-// generator, never seeded, so that runs repeat.
+// generator, never seeded, so that runs repeat. All generators of the process take from it in turn.
 class RandomDataGenerator : public DataGenerator {
  public:
   // Throws UserError unless max is above min by at most 2147483647.
@@ -41,7 +41,7 @@ class RandomDataGenerator : public DataGenerator {
   bool Holds(unsigned long step);
 
   int min_;
-  int range_;
+  int range_ = 1;
   unsigned long last_step_ = ~0ul;
   int last_int_ = 0;
   double last_double_ = 0;
@@ -60,7 +60,7 @@ class IncrementDataGenerator : public DataGenerator {
  private:
   double min_;
   double step_;
-  unsigned long count_;
+  unsigned long count_ = 1;
 };
 
 // "VALUES": the listed values in turn.

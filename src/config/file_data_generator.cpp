@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <iostream>
 #include <iterator>
 #include <limits>
 #include <utility>
@@ -15,26 +16,24 @@ namespace orvo {
 
 FileDataGenerator::FileDataGenerator(const JsonPlace& config, std::string kind)
     : DataGenerator(config, std::move(kind)) {
-  const std::string& path =
-      Required(config, "path", "Missing 'path' key in data generator: ").String();
-  file_.open(path);
-  if (!file_) throw UserError("Failed to open data file: " + path);
-  std::string line;
-  for (; std::getline(file_, line); records_ += file_.eof() ? 0 : 1) {
+  const JsonPlace path = Required(config, "path", "Missing 'path' key in data generator: ");
+  path_ = path.String();
+  if (path.value().is_string()) Open(path);
+}
+
+void FileDataGenerator::Open(const JsonPlace& path) {
+  file_.open(path_);
+  std::string first, line;
+  std::getline(file_, first);
+  for (records_ = file_.eof() ? 1 : 2; std::getline(file_, line); records_ += file_.eof() ? 0 : 1) {
   }
   // A directory opens too, and fails at the first read.
-  if (file_.bad()) throw UserError("Failed to open data file: " + path);
-  ++records_;
-  file_.clear();
-  file_.seekg(0);
-  line.clear();
-  std::getline(file_, line);
-  if (line.starts_with("!")) {
-    ReadHeader(line);
-    return;
-  }
-  if (has_timing()) {
-    throw UserError(
+  if (!file_.is_open() || file_.bad()) {
+    path.Report("Failed to open data file: " + path_);
+  } else if (first.starts_with("!")) {
+    ReadHeader(path, first);
+  } else if (has_timing()) {
+    path.Report(
         "Add char-count on the first line in data file (e.g. !char-count:5). Please check your "
         "data generator file");
   }
@@ -42,7 +41,7 @@ FileDataGenerator::FileDataGenerator(const JsonPlace& config, std::string kind)
   file_.seekg(0);
 }
 
-void FileDataGenerator::ReadHeader(const std::string& line) {
+void FileDataGenerator::ReadHeader(const JsonPlace& path, const std::string& line) {
   --records_;
   header_length_ = line.size();
   const size_t colon = line.rfind(':');
@@ -51,11 +50,35 @@ void FileDataGenerator::ReadHeader(const std::string& line) {
   unsigned width = 0;
   const auto [rest, error] = std::from_chars(digits, end, width);
   if (error != std::errc{} || rest != end || width == 0 || records_ == 0) {
-    throw UserError(
+    path.Report(
         "First line of data generated char-count should be in the following format (e.g. "
         "!char-count:5). Please check your data generator file");
+    return;
   }
   record_width_ = width;
+  CheckWidths(path);
+}
+
+// A record of another width would shift all that follow.
+void FileDataGenerator::CheckWidths(const JsonPlace& path) {
+  file_.clear();
+  file_.seekg(0);
+  std::string line;
+  std::getline(file_, line);
+  for (unsigned long number = 2; std::getline(file_, line); ++number) {
+    if (line.size() == record_width_) continue;
+    path.Report(path.Place() + ": " + path_ + ", line " + std::to_string(number) + ": expected " +
+                std::to_string(record_width_) + " characters as the first line says, found " +
+                std::to_string(line.size()));
+    return;
+  }
+  // Deliberate: what follows the last newline is a record too.
+  file_.clear();
+  file_.seekg(-1, std::ios::end);
+  if (file_.get() == '\n') {
+    std::cerr << "Warning: " << path_ << " ends with a newline, behind which an empty record "
+              << records_ - 1 << " is read" << std::endl;
+  }
 }
 
 // To the newline before the record, which formatted reading skips.
@@ -86,7 +109,10 @@ T FileDataGenerator::ReadValue(unsigned long step) {
   T value{};
   file_ >> value;
   if (file_.fail()) {
-    throw OrvoError(std::string("Failed to read data generator file: ") + std::strerror(errno));
+    const std::string place =
+        record_width_ == 0 ? "" : ", record " + std::to_string(step % records_);
+    throw OrvoError(std::string("Failed to read data generator file: ") + std::strerror(errno) +
+                    ": " + path_ + place);
   }
   return value;
 }

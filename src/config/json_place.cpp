@@ -34,48 +34,73 @@ const char* WithArticle(const nlohmann::json& value) {
   }
 }
 
+const nlohmann::json kNull;
+
 }  // namespace
 
-JsonPlace::JsonPlace(const nlohmann::json& value, std::string document, std::string path)
-    : value_(value), document_(std::move(document)), path_(std::move(path)) {}
+JsonPlace::JsonPlace(const nlohmann::json& value, std::string document, std::string path,
+                     ProblemList* problems)
+    : value_(value), document_(std::move(document)), path_(std::move(path)), problems_(problems) {}
 
 bool JsonPlace::Has(const std::string& key) const {
   if (value_.is_null()) return false;
-  const auto member = Object().find(key);
-  return member != value_.end() && !member->is_null();
+  const nlohmann::json& object = Object();
+  const auto member = object.find(key);
+  return member != object.end() && !member->is_null();
 }
 
 JsonPlace JsonPlace::operator[](const std::string& key) const {
-  const auto member = Object().find(key);
-  if (member == value_.end()) throw UserError(Place() + ": the key \"" + key + "\" is missing");
-  return JsonPlace(*member, document_, path_.empty() ? key : path_ + "." + key);
+  const nlohmann::json& object = Object();
+  const auto member = object.find(key);
+  const bool found = member != object.end();
+  if (!found && value_.is_object()) {
+    Report(Place() + ": the key \"" + key + "\" is missing");
+  }
+  JsonPlace place(found ? *member : kNull, document_, path_.empty() ? key : path_ + "." + key,
+                  problems_);
+  place.reported_ = !found;
+  return place;
+}
+
+JsonPlace JsonPlace::Missing(const std::string& key, const std::string& text) const {
+  JsonPlace place(kNull, document_, path_.empty() ? key : path_ + "." + key, problems_);
+  place.Report(text);
+  place.reported_ = true;
+  return place;
 }
 
 std::vector<JsonPlace> JsonPlace::Elements() const {
-  if (!value_.is_array() && !value_.is_object()) Fail("an array");
   std::vector<JsonPlace> elements;
+  if (!value_.is_array() && !value_.is_object()) {
+    ReportExpected("an array");
+    return elements;
+  }
   elements.reserve(value_.size());
   for (const auto& [key, element] : value_.items()) {
     const bool by_key = value_.is_object() && !path_.empty();
     const std::string suffix = value_.is_array() ? "[" + key + "]" : by_key ? "." + key : key;
-    elements.emplace_back(element, document_, path_ + suffix);
+    elements.emplace_back(element, document_, path_ + suffix, problems_);
   }
   return elements;
 }
 
 const std::string& JsonPlace::String() const {
-  if (!value_.is_string()) Fail("a string");
-  return value_.get_ref<const std::string&>();
+  static const std::string nothing;
+  if (value_.is_string()) return value_.get_ref<const std::string&>();
+  ReportExpected("a string");
+  return nothing;
 }
 
 bool JsonPlace::Bool() const {
-  if (!value_.is_boolean()) Fail("true or false");
-  return value_.get<bool>();
+  if (value_.is_boolean()) return value_.get<bool>();
+  ReportExpected("true or false");
+  return false;
 }
 
 double JsonPlace::Number() const {
-  if (!value_.is_number()) Fail("a number");
-  return value_.get<double>();
+  if (value_.is_number()) return value_.get<double>();
+  ReportExpected("a number");
+  return 0;
 }
 
 template <class T>
@@ -85,10 +110,9 @@ T JsonPlace::Integer(T lowest, T highest) const {
       : value_.is_number_integer() ? std::cmp_greater_equal(value_.get<long>(), lowest) &&
                                          std::cmp_less_equal(value_.get<long>(), highest)
                                    : false;
-  if (!fits) {
-    Fail("an integer from " + std::to_string(lowest) + " to " + std::to_string(highest));
-  }
-  return value_.get<T>();
+  if (fits) return value_.get<T>();
+  ReportExpected("an integer from " + std::to_string(lowest) + " to " + std::to_string(highest));
+  return 0;
 }
 
 int JsonPlace::Int32() const {
@@ -102,35 +126,56 @@ unsigned long JsonPlace::Unsigned64() const {
 }
 
 const nlohmann::json& JsonPlace::Object() const {
-  if (!value_.is_object()) Fail("an object");
-  return value_;
+  static const nlohmann::json nothing = nlohmann::json::object();
+  if (value_.is_object()) return value_;
+  ReportExpected("an object");
+  return nothing;
 }
 
 const nlohmann::json& JsonPlace::Array() const {
-  if (!value_.is_array()) Fail("an array");
-  return value_;
+  static const nlohmann::json nothing = nlohmann::json::array();
+  if (value_.is_array()) return value_;
+  ReportExpected("an array");
+  return nothing;
 }
 
 std::string JsonPlace::Text() const {
   if (value_.is_number()) return std::to_string(value_.get<double>());
-  if (!value_.is_string()) Fail("a string or a number");
-  return value_.get<std::string>();
+  if (value_.is_string()) return value_.get<std::string>();
+  ReportExpected("a string or a number");
+  return "";
 }
 
-void JsonPlace::Fail(const std::string& expected) const {
-  std::string found = WithArticle(value_);
-  if (value_.is_number()) found = value_.dump();
-  throw UserError(Place() + ": expected " + expected + ", found " + found);
+std::string JsonPlace::Expected(const std::string& expected) const {
+  const std::string found = value_.is_number() ? value_.dump() : WithArticle(value_);
+  return Place() + ": expected " + expected + ", found " + found;
 }
+
+void JsonPlace::Fail(const std::string& expected) const { throw UserError(Expected(expected)); }
+
+void JsonPlace::ReportExpected(const std::string& expected) const {
+  if (!reported_) Report(Expected(expected));
+}
+
+void JsonPlace::Report(const std::string& text) const {
+  if (problems_ == nullptr) throw UserError(text);
+  problems_->Add(document_, Place(), text);
+}
+
+bool JsonPlace::HasProblems() const { return problems_ != nullptr && problems_->HasBelow(Place()); }
 
 std::string JsonPlace::Place() const {
   return path_.empty() ? document_ : document_ + ": " + path_;
 }
 
-nlohmann::json ReadJsonFile(const std::string& path) {
+nlohmann::json ReadJsonFile(const std::string& path, ProblemList* problems) {
+  const JsonPlace root(kNull, path, "", problems);
   errno = 0;
   std::ifstream file(path);
-  if (!file) throw UserError(path + ": can't be opened: " + std::strerror(errno));
+  if (!file) {
+    root.Report(path + ": can't be opened: " + std::strerror(errno));
+    return nullptr;
+  }
   // The library's errors name line and column; reading a directory ends here too. Of two equal keys
   // it would take the last in silence.
   using Event = nlohmann::json::parse_event_t;
@@ -141,16 +186,19 @@ nlohmann::json ReadJsonFile(const std::string& path) {
     if (event == Event::object_start) keys.emplace_back();
     if (event == Event::object_end) keys.pop_back();
     if (event == Event::key && !keys.back().insert(value).second)
-      throw UserError("the key " + value.dump() + " stands twice in one object");
+      root.Report(path + ": the key " + value.dump() + " stands twice in one object");
     return true;
   };
+  std::string mistake;
   try {
     return nlohmann::json::parse(file, accept);
   } catch (const UserError& error) {
-    throw UserError(path + ": " + error.message());
+    mistake = error.message();
   } catch (const std::exception& error) {
-    throw UserError(path + ": " + error.what());
+    mistake = error.what();
   }
+  root.Report(mistake.starts_with(path + ": ") ? mistake : path + ": " + mistake);
+  return nullptr;
 }
 
 }  // namespace orvo

@@ -6,20 +6,26 @@
 #include <string>
 #include <vector>
 
+#include "config/problem_list.h"
+
 namespace orvo {
 
 // Refers to the value, which has to outlive it. All readers throw UserError for a value of another
-// JSON type or out of range.
+// JSON type or out of range. With a list of problems they enter the mistake there instead, and
+// return zero, false or nothing: so that all mistakes of a file are found in one go.
 class JsonPlace {
  public:
   // `path` is the way from the root of the document, empty for the root itself.
-  JsonPlace(const nlohmann::json& value, std::string document, std::string path = "");
+  JsonPlace(const nlohmann::json& value, std::string document, std::string path = "",
+            ProblemList* problems = nullptr);
 
-  // Null counts as absent, for the member and for the whole. Throws if this is neither an object
+  // Null counts as absent, for the member and for the whole. A mistake if this is neither an object
   // nor null.
   bool Has(const std::string& key) const;
-  // Throws if the key is missing.
+  // A mistake if the key is missing.
   JsonPlace operator[](const std::string& key) const;
+  // The place of a member that isn't there, which the text reports.
+  JsonPlace Missing(const std::string& key, const std::string& text) const;
   // The elements of an array or the members of an object, in order.
   std::vector<JsonPlace> Elements() const;
 
@@ -38,23 +44,36 @@ class JsonPlace {
 
   const nlohmann::json& value() const { return value_; }
   const std::string& document() const { return document_; }
+  const std::string& path() const { return path_; }
+  ProblemList* problems() const { return problems_; }
   // Where this stands: "board.json: components[2].name".
   std::string Place() const;
-  // Reports this place with what was expected there.
+  // Throws UserError with this place and what was expected there, list of problems or not.
   [[noreturn]] void Fail(const std::string& expected) const;
+  // Throws UserError with the text, or enters it into the list of problems.
+  void Report(const std::string& text) const;
+  // The text of Fail() to Report().
+  void ReportExpected(const std::string& expected) const;
+  // Whether a list of problems has some at this place or below it: what depends on its values needs
+  // no test then.
+  bool HasProblems() const;
 
  private:
-  // Throws unless the value is an integer from lowest to highest.
+  std::string Expected(const std::string& expected) const;
+  // Reports unless the value is an integer from lowest to highest.
   template <class T>
   T Integer(T lowest, T highest) const;
 
   const nlohmann::json& value_;
   std::string document_;
   std::string path_;
+  ProblemList* problems_;
+  bool reported_ = false;  // a missing member: reading it is no second mistake
 };
 
 // Reads and parses a file. Throws UserError with the file's name, and with the position of a
-// mistake in it.
-nlohmann::json ReadJsonFile(const std::string& path);
+// mistake in it; with a list of problems, keys that stand twice go there, and anything else too,
+// which leaves null.
+nlohmann::json ReadJsonFile(const std::string& path, ProblemList* problems = nullptr);
 
 }  // namespace orvo

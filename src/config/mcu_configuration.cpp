@@ -57,7 +57,7 @@ const nlohmann::json& ConfigurationFileHandler::GetMcuConfig() const {
 JsonPlace ConfigurationFileHandler::McuConfigPlace() const {
   static const nlohmann::json nothing;
   const bool loaded = !document_.is_null();
-  return JsonPlace(loaded ? GetMcuConfig() : nothing, file_, "Mcu config");
+  return JsonPlace(loaded ? GetMcuConfig() : nothing, file_, "Mcu config", problems_);
 }
 
 nlohmann::json& ConfigurationFileHandler::McuConfigForUpdate() {

@@ -27,8 +27,16 @@ void ConfigurationFileHandler::SetMcuMemoryValues(Mcu* mcu, const std::string& n
   if (config.Has(key)) {
     const JsonPlace registers = config[key];
     registers.Array();
+    if (registers.HasProblems()) return;
     for (const JsonPlace& entry : registers.Elements()) {
-      mcu->memory().set<false>(entry["address"].Unsigned32(), entry["value"].Unsigned32());
+      const unsigned address = entry["address"].Unsigned32();
+      const unsigned value = entry["value"].Unsigned32();
+      const bool mapped = mcu->memory().FindSection(address) != nullptr;
+      if (!mapped && entry.problems() != nullptr) {
+        entry["address"].Report("0x" + IntToHex(address) + " is outside the chip's memory map");
+      } else if (!entry.HasProblems()) {
+        mcu->memory().set<false>(address, value);
+      }
     }
   }
   if (name == "ficr") SetFicrValues(mcu);
@@ -39,11 +47,13 @@ void ConfigurationFileHandler::SetFicrValues(Mcu* mcu) const {
   if (!config.Has("ficr") || !config["ficr"].Has("mac_address")) return;
   const JsonPlace place = config["ficr"]["mac_address"];
   std::string digits = place.String();
+  if (place.HasProblems()) return;
   std::erase(digits, ':');
   const bool hexadecimal = std::all_of(digits.begin(), digits.end(),
                                        [](unsigned char c) { return std::isxdigit(c) != 0; });
   if (digits.size() != kMacDigits || !hexadecimal) {
-    place.Fail("six pairs of hexadecimal digits with colons between");
+    place.ReportExpected("six pairs of hexadecimal digits with colons between");
+    return;
   }
   mcu->memory().set<false>(kDeviceAddressLow, HexToInt(digits.substr(kMacHighDigits)));
   mcu->memory().set<false>(kDeviceAddressHigh, HexToInt(digits.substr(0, kMacHighDigits)));
@@ -52,12 +62,13 @@ void ConfigurationFileHandler::SetFicrValues(Mcu* mcu) const {
 void ConfigurationFileHandler::ConnectPeripheralsForNrf52(Mcu* mcu) const {
   if (mcu->GetName().find("nrf52") == std::string::npos) return;
   const JsonPlace config = McuConfigPlace();
-  if (config.Has("radio")) {
+  if (config.Has("radio") && !config["radio"].HasProblems()) {
     MemorySection* radio = mcu->memory().GetSectionByName("RADIO");
     if (typeid(*radio) == typeid(Nrf52RADIO)) {
-      throw UserError(file_ + ": Mcu config.radio: the model of the radio is not built in");
+      config["radio"].Report(file_ + ": Mcu config.radio: the model of the radio is not built in");
+    } else {
+      radio->ApplyConfiguration(config["radio"].value());
     }
-    radio->ApplyConfiguration(config["radio"].value());
   }
   for (const char* name : {"ficr", "temp", "errate"}) SetMcuMemoryValues(mcu, name);
 }

@@ -14,7 +14,7 @@ namespace orvo {
 namespace {
 
 template <class T>
-std::unique_ptr<DataGenerator> Make(const JsonPlace& config, const std::string& kind) {
+std::unique_ptr<DataGenerator> New(const JsonPlace& config, const std::string& kind) {
   return std::make_unique<T>(config, kind);
 }
 
@@ -25,42 +25,68 @@ struct Kind {
 
 // clang-format off
 const Kind kKinds[] = {
-    {"FILE",      Make<FileDataGenerator>},
-    {"RANDOM",    Make<RandomDataGenerator>},
-    {"CONSTANT",  Make<ConstantDataGenerator>},
-    {"INCREMENT", Make<IncrementDataGenerator>},
-    {"VALUES",    Make<ValuesDataGenerator>},
-    {"SIN",       Make<SinDataGenerator>},
+    {"FILE",      New<FileDataGenerator>},
+    {"RANDOM",    New<RandomDataGenerator>},
+    {"CONSTANT",  New<ConstantDataGenerator>},
+    {"INCREMENT", New<IncrementDataGenerator>},
+    {"VALUES",    New<ValuesDataGenerator>},
+    {"SIN",       New<SinDataGenerator>},
 };
 // clang-format on
 
 }  // namespace
 
-void ScenarioFileHandler::Init(const std::string& path) {
+void ScenarioFileHandler::Init(const std::string& path, ProblemList* problems) {
   if (!std::ifstream(path)) return;
-  const nlohmann::json scenario = ReadJsonFile(path);
-  const JsonPlace root(scenario, path);
+  const nlohmann::json scenario = ReadJsonFile(path, problems);
+  const JsonPlace root(scenario, path, "", problems);
+  if (root.HasProblems() && scenario.is_null()) return;  // can't be read at all
   root.Object();
   if (root.Has("DataGenerators")) LoadJson(root["DataGenerators"]);
 }
 
 void ScenarioFileHandler::LoadJson(const JsonPlace& generators) {
   generators.Array();
+  if (!generators.value().is_array()) return;
   for (const JsonPlace& generator : generators.Elements()) {
-    const unsigned id = generator["id"].Unsigned32();
-    if (generators_.contains(id)) {
-      throw UserError("Duplicate generator id: " + std::to_string(id));
+    generator.Object();
+    if (!generator.value().is_object()) continue;
+    const JsonPlace place = generator["id"];
+    const unsigned id = place.Unsigned32();
+    const bool has_id = generator.Has("id") && !place.HasProblems();
+    if (has_id && generators_.contains(id)) {
+      place.Report("Duplicate generator id: " + std::to_string(id));
     }
-    if (!generator.Has("type")) {
-      throw UserError("Missing 'type' key in data generator: " + std::to_string(id));
+    std::unique_ptr<DataGenerator> made;
+    if (generator.Has("type")) {
+      made = Make(generator);
+    } else {
+      generator.Report("Missing 'type' key in data generator: " + std::to_string(id));
     }
-    // Without a config the kind reports the key that it misses first.
-    static const nlohmann::json no_config;
-    const bool has_config = generator.Has("config");
-    const JsonPlace config =
-        has_config ? generator["config"] : JsonPlace(no_config, generators.document());
-    generators_[id] = dataGeneratorFactoryMethod(generator["type"].String(), config);
+    if (const auto* file = dynamic_cast<FileDataGenerator*>(made.get())) {
+      data_files_.push_back(file->path());
+    }
+    if (has_id) generators_.emplace(id, std::move(made));
   }
+}
+
+std::unique_ptr<DataGenerator> ScenarioFileHandler::Make(const JsonPlace& generator) {
+  const JsonPlace type = generator["type"];
+  const std::string& kind = type.String();
+  if (type.HasProblems()) return nullptr;
+  // Without a config the kind reports the key that it misses first.
+  static const nlohmann::json no_config;
+  const JsonPlace config = generator.Has("config")
+                               ? generator["config"]
+                               : JsonPlace(no_config, generator.document(),
+                                           generator.path() + ".config", generator.problems());
+  try {
+    return dataGeneratorFactoryMethod(kind, config);
+  } catch (const UserError& error) {
+    if (type.problems() == nullptr) throw;
+    type.Report(error.message());
+  }
+  return nullptr;
 }
 
 DataGenerator* ScenarioFileHandler::GetDataGenerator(unsigned id, Mcu* mcu) {
@@ -69,7 +95,7 @@ DataGenerator* ScenarioFileHandler::GetDataGenerator(unsigned id, Mcu* mcu) {
     throw UserError("Data generator id " + std::to_string(id) +
                     " doesn't exist (check your scenario.json file)");
   }
-  found->second->SetMcu(mcu);
+  if (found->second != nullptr) found->second->SetMcu(mcu);
   return found->second.get();
 }
 

@@ -24,10 +24,34 @@ namespace {
 constexpr std::chrono::milliseconds kWaitSlice{100};
 constexpr char kSource[] = "control connection";
 constexpr char kExternal[] = "External";
+// A document takes host stack for each level when it is copied; no command needs more than a few.
+constexpr int kDeepest = 100;
 
 // Compact. Texts of users' files may not be UTF-8; such bytes are replaced.
 std::string Serialise(const nlohmann::json& object) {
   return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+// True for as long as this lives.
+struct Flag {
+  explicit Flag(std::atomic<bool>& flag) : flag_(flag) { flag_ = true; }
+  ~Flag() { flag_ = false; }
+  std::atomic<bool>& flag_;
+};
+
+nlohmann::json Parse(const std::string& text) {
+  const auto accept = [](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
+    if (depth > kDeepest) {
+      throw UserError(std::string(kSource) + ": a message is nested deeper than " +
+                      std::to_string(kDeepest) + " levels");
+    }
+    return true;
+  };
+  try {
+    return nlohmann::json::parse(text, accept);
+  } catch (const nlohmann::json::exception& error) {
+    throw UserError(std::string(kSource) + ": " + error.what());
+  }
 }
 
 }  // namespace
@@ -109,6 +133,11 @@ void ConnectionManager::ReleasePeripherals() {
 // ---- Reading, on the server's thread ----
 
 void ConnectionManager::ClientHandler() {
+  // Nobody would resume at the triggers of a client that has left.
+  const struct ClearAtEnd {
+    ~ClearAtEnd() { triggers.Clear(); }
+    EventTriggers& triggers;
+  } clear_at_end{event_triggers_};
   while (IsRunning()) {
     unsigned char header[4];
     if (ReadExactAmount(header, sizeof(header)) < 1) return;
@@ -130,17 +159,12 @@ void ConnectionManager::ClientHandler() {
 }
 
 void ConnectionManager::HandleJsonObject(const std::string& text) {
-  nlohmann::json message;
-  try {
-    message = nlohmann::json::parse(text);
-  } catch (const nlohmann::json::exception& error) {
-    throw UserError(std::string(kSource) + ": " + error.what());
-  }
+  nlohmann::json message = Parse(text);
   const std::string type = JsonPlace(message, kSource)[kType].String();
   if (!handshake_done_) {
     HandleHandshake(message, type);
   } else if (type == kCommand) {
-    QueueCommand(std::move(message));
+    QueueCommand(std::move(message), text.size());
   } else if (type == kResponse) {
     const std::lock_guard lock(reply_mutex_);
     reply_ready_ = true;
@@ -171,15 +195,23 @@ void ConnectionManager::CheckHandShake(const nlohmann::json& message, const std:
   }
 }
 
-void ConnectionManager::QueueCommand(nlohmann::json command) {
-  const std::lock_guard lock(queue_mutex_);
+// A client that sends faster than its commands are carried out is held back by its socket. Not
+// while the simulation waits for a reply, which may stand behind them.
+void ConnectionManager::QueueCommand(nlohmann::json command, unsigned long length) {
+  std::unique_lock lock(queue_mutex_);
+  while (queued_bytes_ > kMaxQueuedBytes && !awaits_reply_ && IsRunning()) {
+    queue_cv_.wait_for(lock, kWaitSlice);
+  }
+  queued_bytes_ += length;
   commands_.push_back(std::move(command));
   if (commands_.size() == 1) AttachToMainClock();
 }
 
 void ConnectionManager::AttachToMainClock() {
   Mcu* mcu = mcu_;
-  if (mcu != nullptr) mcu->clock().AttachToTick(mcu->clock().TickCount(), this, false);
+  if (mcu == nullptr) return;
+  mcu->clock().AttachToTick(mcu->clock().TickCount(), this, false);
+  mcu->LookUpFromPause();
 }
 
 // ---- Commands, on the simulation thread ----
@@ -192,7 +224,9 @@ unsigned long ConnectionManager::OnTick(unsigned long) {
   {
     const std::lock_guard lock(queue_mutex_);
     commands.swap(commands_);
+    queued_bytes_ = 0;
   }
+  queue_cv_.notify_one();
   for (const nlohmann::json& command : commands) CarryOut(command);
   return 0;
 }
@@ -221,11 +255,13 @@ void ConnectionManager::AddCallback(std::function<void(orvo_command_t*)> callbac
 // ---- Sending ----
 
 void ConnectionManager::SendJsonMessage(const nlohmann::json& message) {
-  if (!HasClient()) return;
-  nlohmann::json stamped = message;
+  if (HasClient()) Send(message);
+}
+
+void ConnectionManager::Send(nlohmann::json message) {
   const std::lock_guard lock(message_mutex_);
-  stamped[kMessageID] = message_count_++;
-  const std::string text = Serialise(stamped);
+  message[kMessageID] = message_count_++;
+  const std::string text = Serialise(message);
   const auto length = static_cast<unsigned>(text.size());
   std::string frame{static_cast<char>(length >> 24), static_cast<char>(length >> 16),
                     static_cast<char>(length >> 8), static_cast<char>(length)};
@@ -243,7 +279,11 @@ nlohmann::json ConnectionManager::WithTypeAndTime(const nlohmann::json& object,
 }
 
 void ConnectionManager::SendJsonEvent(const nlohmann::json& event) {
-  if (HasClient()) SendJsonMessage(WithTypeAndTime(event, kEvent));
+  if (!HasClient()) return;
+  nlohmann::json stamped = WithTypeAndTime(event, kEvent);
+  const bool pauses = event_triggers_.Match(stamped);
+  Send(std::move(stamped));
+  if (Mcu* mcu = mcu_; pauses && mcu != nullptr) mcu->PauseCommand(false);
 }
 
 nlohmann::json ConnectionManager::SendJsonCommand(const nlohmann::json& command) {
@@ -252,6 +292,7 @@ nlohmann::json ConnectionManager::SendJsonCommand(const nlohmann::json& command)
     const std::lock_guard lock(reply_mutex_);
     reply_ready_ = false;  // a reply that nobody asked for
   }
+  const Flag awaits_reply(awaits_reply_);
   SendJsonMessage(WithTypeAndTime(command, kCommand));
   std::unique_lock lock(reply_mutex_);
   while (!reply_ready_) {

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "control/event_triggers.h"
 #include "control/tcp_server.h"
 #include "runner/orvo_signals.h"
 #include "time/tick_listener.h"
@@ -29,7 +30,9 @@ struct orvo_command_t;
 class ConnectionManager : public TickListener, private TcpServer {
  public:
   // Longest frame that is taken from a client, in bytes of text.
-  static constexpr unsigned kMaxFrameBytes = 16u << 20;
+  static constexpr unsigned kMaxFrameBytes = 1u << 20;
+  // Text of the commands that may wait for their tick, beyond which the client is held back.
+  static constexpr unsigned long kMaxQueuedBytes = 8ul << 20;
 
   ConnectionManager();
   ~ConnectionManager() override;
@@ -55,8 +58,11 @@ class ConnectionManager : public TickListener, private TcpServer {
   // Adds "message_id" and writes the object. With no client it is dropped, and the counter stands
   // still. Any thread.
   void SendJsonMessage(const nlohmann::json& message);
-  // Makes the object an event of the present device time. Any thread.
+  // Makes the object an event of the present device time, and pauses the run if a trigger matches.
+  // Any thread.
   void SendJsonEvent(const nlohmann::json& event);
+  // Events at which the run pauses. They go with the client.
+  EventTriggers& event_triggers() { return event_triggers_; }
   // Makes the object a command to the SDK and blocks for the reply. Throws UserError if there is no
   // client or it leaves, OrvoError if the run is stopped meanwhile. Simulation thread.
   nlohmann::json SendJsonCommand(const nlohmann::json& command);
@@ -77,9 +83,10 @@ class ConnectionManager : public TickListener, private TcpServer {
   void CheckHandShake(const nlohmann::json& message, const std::string& type);
   void SendAck();
   void SendError(const std::string& text);
-  void QueueCommand(nlohmann::json command);
+  void QueueCommand(nlohmann::json command, unsigned long length);
   void AttachToMainClock();  // queue_mutex_ held
   void CarryOut(const nlohmann::json& command);
+  void Send(nlohmann::json message);
   nlohmann::json WithTypeAndTime(const nlohmann::json& object, const char* type) const;
 
   const std::string port_file_ = ".zandor/port";
@@ -93,10 +100,14 @@ class ConnectionManager : public TickListener, private TcpServer {
   std::condition_variable reply_cv_;
 
   std::condition_variable connection_cv_;
-  std::mutex queue_mutex_;  // guards connected_ and commands_
+  std::condition_variable queue_cv_;  // there is room
+  std::mutex queue_mutex_;            // guards connected_, commands_ and queued_bytes_
   bool connected_ = false;
   std::deque<nlohmann::json> commands_;
+  unsigned long queued_bytes_ = 0;
+  std::atomic<bool> awaits_reply_{false};
 
+  EventTriggers event_triggers_;
   std::list<std::function<void(orvo_command_t*)>> callbacks_;
   std::map<std::string, std::map<std::string, Peripheral*>> peripherals_;
   std::atomic<Mcu*> mcu_{nullptr};

@@ -4,6 +4,15 @@
 
 namespace orvo {
 
+DebuggingLocks::DebuggingLocks(Mcu* mcu) : mcu_(mcu) { mcu_->SetDebugger(this); }
+
+DebuggingLocks::~DebuggingLocks() {
+  mcu_->SetDebugger(nullptr);
+  mcu_->clock().DetachFromTick(this);
+}
+
+// --- Stopping and going on -----------------------------------------------------------------------
+
 void DebuggingLocks::PauseMcu() {
   mcu_->PausedMcyByDebugger();
   SetPaused(true);
@@ -11,28 +20,56 @@ void DebuggingLocks::PauseMcu() {
 
 void DebuggingLocks::PauseMcuForBreakpoint() { PauseMcu(); }
 
-void DebuggingLocks::ResumeMcu() {
+void DebuggingLocks::DemandPause() {
+  {
+    const std::lock_guard lock(mutex_);
+    ++demands_;
+  }
+  PauseMcu();
+}
+
+void DebuggingLocks::ResumeAllowed() {
+  const std::lock_guard lock(mutex_);
+  --demands_;
+}
+
+bool DebuggingLocks::ResumeMcu() {
+  mcu_->clock().DetachFromTick(this);  // left by a step that another stop has overtaken
+  return GoOn();
+}
+
+bool DebuggingLocks::ResumeMcuOneStep() {
+  SourceClock& clock = mcu_->clock();
+  clock.DetachFromTick(this);
+  clock.AttachToTick(clock.ticks() + 1, this, false);
+  return GoOn();
+}
+
+bool DebuggingLocks::GoOn() {
   // First the flag, then the firmware: it may come to its next stop before this thread goes on.
   SetPaused(false);
   mcu_->ResumeMcuByDebugger();
-  DebuggerWait();
+  // A demand from before these two lines would be lost; a later one stops the firmware by itself.
+  bool demanded = false;
+  {
+    const std::lock_guard lock(mutex_);
+    demanded = demands_ > 0;
+  }
+  if (demanded) PauseMcu();
+  return DebuggerWait();
 }
 
-void DebuggingLocks::ResumeMcuOneStep() {
-  SourceClock& clock = mcu_->clock();
-  clock.DetachFromTick(this);  // left by a step that another stop has overtaken
-  clock.AttachToTick(clock.ticks() + 1, this, false);
-  ResumeMcu();
-}
-
-void DebuggingLocks::DebuggerWait() {
+bool DebuggingLocks::DebuggerWait() {
   std::unique_lock lock(mutex_);
-  paused_changed_.wait(lock, [this] { return paused_ || stopped_; });
+  changed_.wait(lock, [this] { return (paused_ && standing_) || stopped_; });
+  return !stopped_;
 }
 
 void DebuggingLocks::Stop() {
+  const std::lock_guard lock(mutex_);
   stopped_ = true;
-  SetPaused(true);
+  paused_ = true;
+  changed_.notify_all();
 }
 
 unsigned long DebuggingLocks::OnTick(unsigned long) {
@@ -43,8 +80,38 @@ unsigned long DebuggingLocks::OnTick(unsigned long) {
 void DebuggingLocks::SetPaused(bool paused) {
   const std::lock_guard lock(mutex_);
   paused_ = paused;
-  paused_changed_.notify_all();
+  changed_.notify_all();
 }
+
+// --- The chip while it stands --------------------------------------------------------------------
+
+void DebuggingLocks::BeginStanding() {
+  const std::lock_guard lock(mutex_);
+  standing_ = true;
+  changed_.notify_all();
+}
+
+void DebuggingLocks::EndStanding() {
+  std::unique_lock lock(mutex_);
+  standing_ = false;
+  changed_.wait(lock, [this] { return !accessed_; });
+}
+
+bool DebuggingLocks::Enter() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return standing_ || stopped_; });
+  if (stopped_) return false;
+  accessed_ = true;
+  return true;
+}
+
+void DebuggingLocks::Leave() {
+  const std::lock_guard lock(mutex_);
+  accessed_ = false;
+  changed_.notify_all();
+}
+
+// --- Breakpoints ---------------------------------------------------------------------------------
 
 void DebuggingLocks::AddBreakpoint(unsigned address) {
   const std::lock_guard lock(mutex_);

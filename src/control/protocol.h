@@ -53,6 +53,14 @@ inline constexpr char kPinNum[]               = "pin_number";
 inline constexpr char kValueResponse[]        = "value_response";
 inline constexpr char kSudoExit[]             = "sudo_exit";
 
+// Further commands of SUDO: the way to a pause at the very tick of an event, and back from it.
+inline constexpr char kPauseAtEvent[]         = "pause_at_event";
+inline constexpr char kTriggerID[]            = "trigger_id";
+inline constexpr char kCancelPauseAtEvent[]   = "cancel_pause_at_event";
+inline constexpr char kPauseAtEventCanceled[] = "pause_at_event_canceled";
+inline constexpr char kCancelTimer[]          = "cancel_timer";
+inline constexpr char kTimerCanceled[]        = "timer_canceled";
+
 // Events, and commands of other peripherals.
 inline constexpr char kPinLevelEvent[]        = "pin_level_event";
 inline constexpr char kTransitionType[]       = "transition_type";

@@ -39,11 +39,19 @@ SudoHandler::~SudoHandler() = default;
 
 const std::unordered_map<std::string, SudoHandler::Command>& SudoHandler::Commands() {
   static const std::unordered_map<std::string, Command> commands{
-      {kStopAfterCommand, &SudoHandler::StopAfter}, {kResume_Command, &SudoHandler::ResumeRunning},
-      {kCancelStop, &SudoHandler::CancelStop},      {kSetTimer, &SudoHandler::SetTimerCommand},
-      {kGetState, &SudoHandler::GetState},          {kGetDeviceTime, &SudoHandler::GetDeviceTime},
-      {kTerminate, &SudoHandler::Terminate},        {kPause, &SudoHandler::Pause},
-      {kSetPinLevel, &SudoHandler::SetPinLevel},    {kGetPinLevel, &SudoHandler::GetPinLevel},
+      {kStopAfterCommand, &SudoHandler::StopAfter},
+      {kResume_Command, &SudoHandler::ResumeRunning},
+      {kCancelStop, &SudoHandler::CancelStop},
+      {kSetTimer, &SudoHandler::SetTimerCommand},
+      {kGetState, &SudoHandler::GetState},
+      {kGetDeviceTime, &SudoHandler::GetDeviceTime},
+      {kTerminate, &SudoHandler::Terminate},
+      {kPause, &SudoHandler::Pause},
+      {kSetPinLevel, &SudoHandler::SetPinLevel},
+      {kGetPinLevel, &SudoHandler::GetPinLevel},
+      {kPauseAtEvent, &SudoHandler::PauseAtEvent},
+      {kCancelTimer, &SudoHandler::CancelTimer},
+      {kCancelPauseAtEvent, &SudoHandler::CancelPauseAtEvent},
   };
   return commands;
 }
@@ -107,7 +115,35 @@ void SudoHandler::GetPinLevel(const JsonPlace& command) {
   Respond({{kDescription, kValueResponse}, {kValue, Wires().GetWireLevel(wire)}});
 }
 
+// A pin in the pattern may have the same forms as in the commands above; the events know its wire.
+void SudoHandler::PauseAtEvent(const JsonPlace& command) {
+  const JsonPlace event = command[kEvent];
+  nlohmann::json pattern = event.Object();
+  if (event.Has(kPinNum)) pattern[kPinNum] = Wires().GetPinWireOf(event, kPinNum);
+  ConnectionManager* connection = mcu_->GetConnectionManager();
+  if (connection == nullptr) return;
+  const int number = connection->event_triggers().Add(pattern);
+  Respond({{kDescription, kPauseAtEvent}, {kTriggerID, number}, {kEvent, std::move(pattern)}});
+}
+
+void SudoHandler::CancelPauseAtEvent(const JsonPlace& command) {
+  ConnectionManager* connection = mcu_->GetConnectionManager();
+  if (connection != nullptr) connection->event_triggers().Remove(command[kTriggerID].Int32());
+  Respond({{kDescription, kPauseAtEventCanceled}});
+}
+
 // ---- Timers ----
+
+// Answers for a timer that has run out too: the client can't know yet.
+void SudoHandler::CancelTimer(const JsonPlace& command) {
+  const auto running = running_timers_.find(command[kTimerID].Int32());
+  if (running != running_timers_.end()) {
+    mcu_->clock().DetachFromTick(running->second.get());
+    free_timers_.push_back(std::move(running->second));
+    running_timers_.erase(running);
+  }
+  Respond({{kDescription, kTimerCanceled}});
+}
 
 void SudoHandler::SetTimerCommand(const JsonPlace& command) {
   const unsigned long nanoseconds = Nanoseconds(command);

@@ -61,6 +61,9 @@ class SudoHandler : public ExternalSUDO, public TickListener {
   void Pause(const JsonPlace& command);
   void SetPinLevel(const JsonPlace& command);
   void GetPinLevel(const JsonPlace& command);
+  void PauseAtEvent(const JsonPlace& command);
+  void CancelPauseAtEvent(const JsonPlace& command);
+  void CancelTimer(const JsonPlace& command);
 
   void TimerNotify(Timer* timer);
   void SendTimerNotify(int id);

@@ -1,4 +1,5 @@
-// A TCP server for one client at a time, with a thread that accepts and reads.
+// A TCP server for one client at a time, with a thread that accepts and reads. All servers of the
+// program, those of the control connection, a UART and the debugger, derive from it.
 // The thread never lets an exception out: what ends it is logged, and ends the run with exit
 // code 1.
 #pragma once
@@ -6,8 +7,11 @@
 #include <sys/select.h>
 #include <sys/time.h>
 
+#include <array>
 #include <atomic>
+#include <chrono>
 #include <mutex>
+#include <string_view>
 #include <thread>
 
 #include "runner/orvo_signals.h"
@@ -16,8 +20,11 @@ namespace orvo {
 
 class TcpServer {
  public:
+  // How long a client may leave a full buffer unread, in time of the host.
+  static constexpr std::chrono::seconds kPatience{30};
+
   // Stops with the run: listens to the termination channel.
-  TcpServer();
+  explicit TcpServer(std::chrono::milliseconds patience = kPatience);
   TcpServer(const TcpServer&) = delete;
   TcpServer& operator=(const TcpServer&) = delete;
   // Derived classes call Join() in their own destructors, before what ClientHandler() uses is gone.
@@ -26,8 +33,8 @@ class TcpServer {
   // Serves one client, on the server's thread, until it leaves or the server stops.
   virtual void ClientHandler() = 0;
 
-  // Listens on all addresses; port 0 takes a free one. Both return the port. Throws UserError if
-  // the port is taken and OrvoError for any other failure.
+  // Listens on the address of --listen; port 0 takes a free one. Both return the port. Throws
+  // UserError if the port is taken or can't be had, and OrvoError for any other failure.
   unsigned short CreateSocket(unsigned short port);
   unsigned short StartServer(unsigned short port);
   // Ends all waits soon. Any thread.
@@ -39,14 +46,16 @@ class TcpServer {
   // Whether somebody hears what is sent. Any thread.
   bool HasClient() const { return client_socket_.load(std::memory_order_relaxed) != 0; }
 
-  // Reads until n bytes are there. Returns n, 0 for no bytes or a stopped server, -1 for a client
-  // that has left. Server's thread.
+  // Reads until n bytes are there, with more in reserve. Returns n, 0 for no bytes or a stopped
+  // server, -1 for a client that has left. Server's thread.
   long ReadExactAmount(void* buffer, unsigned long n);
-  // One read of at most n bytes, once there is something. Returns its length, or as above. Throws
-  // OrvoError if the wait fails.
+  // One read of at most n bytes, once there is something. Returns its length, or as above. A server
+  // uses this or ReadExactAmount(). Throws OrvoError if the wait fails.
   long Read(void* buffer, unsigned long n);
-  // Writes all bytes, or as many as a client takes that leaves meanwhile. Waits for a client that
-  // doesn't read. Packets of several threads don't mix. Any thread.
+  // Writes all bytes, or as many as a client takes that leaves meanwhile. What the client hasn't
+  // read yet stands in the buffers of its socket; when they are full this waits, and a client that
+  // takes nothing for the time of patience is dropped with a warning. Packets of several threads
+  // don't mix. Any thread.
   void SendPacket(const char* data, long n);
 
  protected:
@@ -61,13 +70,18 @@ class TcpServer {
   void AcceptClients();
   void ServeClient(int socket);
   void CloseClient();
+  void DropClient();  // socket_mutex_ held
   // Nothing to do here: SIGPIPE is ignored by the whole process, and no send asks for it.
   void DisableSIGPIPE() {}
 
+  const std::chrono::milliseconds patience_;
   // Where to send, 0 when nobody hears it. A client that has closed only its own side still does.
   std::atomic<int> client_socket_{0};
   std::atomic<bool> running_{true};
   bool closed_by_peer_ = false;  // server's thread
+  // Server's thread: what was read from the client beyond what ReadExactAmount() has given out.
+  std::array<char, 16384> block_;
+  std::string_view received_;
   int listening_socket_ = -1;
   std::thread accepting_;
   // The client's socket for as long as it is open, otherwise 0. Server's thread, and Join().

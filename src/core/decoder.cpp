@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 
+#include "analysis/elf_handler.h"
 #include "core/capstone_resolver.h"
 #include "core/decode_tables.h"
 #include "core/globals.h"
@@ -136,6 +137,7 @@ void ReleaseDecodeTables() {
 template <unsigned N>
 Function Decode() {
   const unsigned pc = registers_->pc();
+  if (code_cover_report_) ElfHandler::MarkAddressAsCovered(pc);
   const unsigned offset = pc & ~flash_address_;
   my_insn_t& record = tables_->Construct(offset);
   Disassembly disassembly;

@@ -4,8 +4,13 @@
 
 #include <array>
 #include <ostream>
+#include <vector>
 
 #include "time/interrupts.h"
+
+namespace tinyxml2 {
+class XMLDocument;
+}
 
 namespace orvo {
 
@@ -131,6 +136,10 @@ class alignas(64) Registers {
 
   // "R<id>: 0x<word>" lines for ids 0 to 278.
   void serializeToFile(std::ostream* stream) const;
+  // The registers by name, id and type, as a debugger's target description; and the ids in it,
+  // ascending.
+  static void serializeMetaDataToXml(tinyxml2::XMLDocument* document);
+  static const std::vector<unsigned>& DescribedIds();
 
  private:
   unsigned SpId() const {

@@ -22,15 +22,27 @@ constexpr char kSetValue[] = "set_value";
 
 Peripheral::Peripheral(Mcu* mcu) : mcu_(mcu) {}
 
-Peripheral::Peripheral(Mcu* mcu, const nlohmann::json& component) : mcu_(mcu) {
-  if (mcu == nullptr || component.is_null()) return;
-  const JsonPlace place(component, "board component");
+Peripheral::Peripheral(Mcu* mcu, const JsonPlace& component) : mcu_(mcu) {
+  if (mcu == nullptr || component.value().is_null()) return;
+  const bool in_config = !component.Has("generators") && component.Has("config");
+  const JsonPlace place = in_config ? component["config"] : component;
   if (!place.Has("generators")) return;
   const JsonPlace generators = place["generators"];
-  for (const auto& [field, id] : generators.Object().items()) {
-    generators_[field] = mcu->GetScenario().GetDataGenerator(generators[field].Unsigned32(), mcu);
+  for (const auto& [field, value] : generators.Object().items()) {
+    const JsonPlace id = generators[field];
+    const unsigned number = id.Unsigned32();
+    if (id.HasProblems()) continue;
+    try {
+      generators_[field] = mcu->GetScenario().GetDataGenerator(number, mcu);
+    } catch (const UserError& error) {
+      if (id.problems() == nullptr) throw;
+      id.Report(error.message());
+    }
   }
 }
+
+Peripheral::Peripheral(Mcu* mcu, const nlohmann::json& component)
+    : Peripheral(mcu, JsonPlace(component, "board.json")) {}
 
 Peripheral::~Peripheral() = default;
 

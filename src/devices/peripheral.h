@@ -9,13 +9,16 @@
 namespace orvo {
 
 class DataGenerator;
+class JsonPlace;
 class Mcu;
 
 class Peripheral {
  public:
   explicit Peripheral(Mcu* mcu);
-  // Takes the data generators that the component's "generators" names, field by field. Throws
-  // UserError for an id that the scenario doesn't have.
+  // Takes the data generators that the component's "generators" names, field by field; these may
+  // also stand in its "config". Throws UserError for an id that the scenario doesn't have. Nothing
+  // happens without a chip or for null.
+  Peripheral(Mcu* mcu, const JsonPlace& component);
   Peripheral(Mcu* mcu, const nlohmann::json& component);
   Peripheral(const Peripheral&) = delete;
   Peripheral& operator=(const Peripheral&) = delete;

@@ -7,11 +7,13 @@
 #include <string>
 
 #include "devices/adg1404.h"
+#include "devices/bme280.h"
+#include "devices/echo_spi_slave.h"
+#include "devices/mock_i2c_device.h"
 #include "devices/peripheral.h"
 #include "devices/short.h"
 #include "devices/simple_gpio_peripheral.h"
 #include "mcu/mcu.h"
-#include "runner/errors.h"
 
 namespace orvo {
 
@@ -47,9 +49,9 @@ constexpr DeviceClass kDeviceClasses[] = {
     {"I2cSlaveSdk",    kNotBuiltIn},
     {"AnalogSensor",   Make<AnalogSensor>},
     {"Short",          Make<Short>},
-    {"MockI2cDevice",  kNotBuiltIn},
+    {"MockI2cDevice",  Make<MockI2CDevice>},
     {"ADG1404",        Make<ADG1404_internal>},
-    {"BME280",         kNotBuiltIn},
+    {"BME280",         Make<BME280>},
     {"BMA280",         kNotBuiltIn},
     {"PCA9539A",       kNotBuiltIn},
     {"M24C04",         kNotBuiltIn},
@@ -57,7 +59,7 @@ constexpr DeviceClass kDeviceClasses[] = {
     {"BQ24160",        kNotBuiltIn},
     {"BQ27421",        kNotBuiltIn},
     {"MX25R6435F",     kNotBuiltIn},
-    {"EchoSpiSlave",   kNotBuiltIn},
+    {"EchoSpiSlave",   Make<EchoSpiSlave>},
     {"ATWINC1500",     kNotBuiltIn},
     {"SDCard",         kNotBuiltIn},
 };
@@ -67,17 +69,24 @@ constexpr DeviceClass kDeviceClasses[] = {
 
 Peripheral* MakePeripheral(const JsonPlace& component, Mcu* mcu, WireManager& wires,
                            ComponentKind kind) {
-  const std::string& name = component["class"].String();
+  const JsonPlace place = component["class"];
+  const std::string& name = place.String();
+  if (place.HasProblems()) return nullptr;
   if (kind == ComponentKind::kInternal) {
-    if (!mcu->memory().HasSection(name)) throw UserError("Unsupported peripheral: " + name);
-    return mcu->memory().GetSectionByName(name);
+    if (mcu->memory().HasSection(name)) return mcu->memory().GetSectionByName(name);
+    place.Report("Unsupported peripheral: " + name);
+    return nullptr;
   }
   const auto* row = std::find_if(std::begin(kDeviceClasses), std::end(kDeviceClasses),
                                  [&name](const DeviceClass& entry) { return name == entry.name; });
-  if (row == std::end(kDeviceClasses)) throw UserError("Unsupported peripheral: " + name);
+  if (row == std::end(kDeviceClasses)) {
+    place.Report("Unsupported peripheral: " + name);
+    return nullptr;
+  }
   if (row->make == kNotBuiltIn) {
-    throw UserError("Peripheral class " + name +
-                    " is known, but no model of it is built into this version");
+    place.Report("Peripheral class " + name +
+                 " is known, but no model of it is built into this version");
+    return nullptr;
   }
   return row->make(component, mcu, wires);
 }

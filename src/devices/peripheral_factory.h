@@ -14,7 +14,7 @@ enum class ComponentKind { kExternal, kInternal };
 
 // The object of the component's class. Devices belong to the chip from then on. An internal
 // component is the chip's section of that name: SUDO or any other. Throws UserError for an unknown
-// class and for one whose model is not built in.
+// class and for one whose model is not built in; null if a list of problems took that.
 Peripheral* MakePeripheral(const JsonPlace& component, Mcu* mcu, WireManager& wires,
                            ComponentKind kind);
 

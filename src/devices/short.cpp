@@ -45,11 +45,16 @@ void Short::HandleFirstConnection() {
   }
 }
 
-// Deliberate: of changes of both wires in one batch the first counts.
+// Deliberate: of changes of both wires in one batch the first counts. A change of a wire that a
+// side has left in the course of the same batch goes nowhere.
 void Short::Update(std::vector<WireLogicLevelEvent>* events) {
   if (!IsConnected()) return;
   const WireLogicLevelEvent& event = events->front();
-  SetLevel(event.pin_number == wire_[0] ? wire_[1] : wire_[0], event.level != 0);
+  if (event.pin_number == wire_[0]) {
+    SetLevel(wire_[1], event.level != 0);
+  } else if (event.pin_number == wire_[1]) {
+    SetLevel(wire_[0], event.level != 0);
+  }
 }
 
 void Short::SetPin(ShortPinNumber side, unsigned wire) {

@@ -54,13 +54,14 @@ void Mcu::ResizeFromConfiguration(const char* section, const char* key) {
     if (next == nullptr || other->start() < next->start()) next = other;
   }
   if (next != nullptr && next->start() - resized->start() < size_bytes) {
-    place.Fail("at most " + std::to_string(next->start() - resized->start()) + " bytes, up to " +
-               next->name() + " at 0x" + IntToHex(next->start()));
+    place.ReportExpected("at most " + std::to_string(next->start() - resized->start()) +
+                         " bytes, up to " + next->name() + " at 0x" + IntToHex(next->start()));
+    return;
   }
   try {
     resized->Resize(size_bytes);
   } catch (const std::bad_alloc&) {
-    place.Fail("a number of bytes that the host's memory holds");
+    place.ReportExpected("a number of bytes that the host's memory holds");
   }
 }
 

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
 #include <string>
@@ -19,6 +21,7 @@
 namespace orvo {
 
 class ConnectionManager;
+class DebuggingLocks;
 class ScenarioFileHandler;
 class SystemControlBlockHandler;
 class WireManager;
@@ -83,8 +86,13 @@ class Mcu : public TickListener, public ClockManager {
   bool IsPauseState() const;
   // Asks for OnTick at the next step of the clock.
   void AttachToTick();
+  // Who may touch the chip while it stands; null for none. Not while the run loop runs.
+  void SetDebugger(DebuggingLocks* debugger) { debugger_ = debugger; }
   // Returns when the pause is over. The clock stands, but what is due at its tick is served.
   void Pause();
+  // Has a standing pause look at once for what is due, rather than within its poll interval. Any
+  // thread.
+  void LookUpFromPause();
 
   // Services of the instructions bkpt, wfe and sev.
   void Bkpt(unsigned long value);
@@ -125,6 +133,10 @@ class Mcu : public TickListener, public ClockManager {
   unsigned long NanosecondsOf(unsigned long ticks) const;
   void SendEventPacket(const nlohmann::json& event);
   void SendResponse(const nlohmann::json& response);
+  void SendMcuStoppedPacket();
+  void SendMcuResumedPackets(unsigned responses);
+  void AnswerWhatIsOver();
+  void WaitInPause();
 
   SourceClock* clock_;
   Registers registers_;
@@ -132,17 +144,23 @@ class Mcu : public TickListener, public ClockManager {
   std::unique_ptr<Interrupts> interrupts_;
   ConnectionManager* connection_;
   WireManager* wires_;
+  DebuggingLocks* debugger_ = nullptr;
   ScenarioFileHandler& scenario_;
   bool event_happened_ = false;
   std::atomic<bool> pause_requested_{false};
   std::atomic<bool> paused_by_debugger_{false};
   std::atomic<bool> stop_requested_{false};
   std::atomic<bool> respond_on_pause_{false};
-  std::atomic<bool> respond_on_resume_{false};
+  std::atomic<unsigned> responses_on_resume_{0};
   std::atomic<bool> tick_attached_{false};
   unsigned long relative_time_origin_ticks_ = 0;
+  std::atomic<bool> standing_{false};          // inside Pause()
+  std::atomic<bool> stopped_told_{false};      // the last event was "stopped", not "resumed"
   unsigned pause_poll_interval_us_ = 100'000;  // host time
-  SystemControlBlockHandler* scb_ = nullptr;   // looked up at the first sev
+  std::mutex pause_mutex_;
+  std::condition_variable pause_cv_;
+  bool look_up_from_pause_ = false;           // guarded by pause_mutex_
+  SystemControlBlockHandler* scb_ = nullptr;  // looked up at the first sev
   std::vector<std::unique_ptr<Peripheral>> devices_;
 };
 

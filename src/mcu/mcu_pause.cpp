@@ -1,11 +1,11 @@
 // How a run stands still: pauses of the control connection, of bkpt and of a debugger, and the
 // sleep of wfe. Requests set flags from any thread; the pause is taken on the simulation thread.
-#include <unistd.h>
-
+#include <chrono>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "control/connection_manager.h"
+#include "control/debugging_locks.h"
 #include "control/protocol.h"
 #include "mcu/mcu.h"
 #include "runner/args_manager.h"
@@ -42,9 +42,18 @@ void Mcu::SendMcuInterruptPacket(const std::string& name) {
   SendEventPacket({{kDescription, "interrupt"}, {kInterruptType, name}});
 }
 
-void Mcu::SendMcuResumedPacket(bool respond) {
-  if (respond) SendResponse({{kType, kResponse}, {kDescription, kResumed}});
+void Mcu::SendMcuResumedPacket(bool respond) { SendMcuResumedPackets(respond ? 1 : 0); }
+
+void Mcu::SendMcuResumedPackets(unsigned responses) {
+  stopped_told_ = false;
+  for (; responses > 0; --responses) SendResponse({{kType, kResponse}, {kDescription, kResumed}});
   SendEventPacket({{kDescription, kResumed}});
+}
+
+void Mcu::SendMcuStoppedPacket() {
+  stopped_told_ = true;
+  if (respond_on_pause_.exchange(false)) SendResponse(PausedResponse());
+  SendEventPacket({{kDescription, "stopped"}});
 }
 
 // --- Pause ---------------------------------------------------------------------------------------
@@ -52,6 +61,7 @@ void Mcu::SendMcuResumedPacket(bool respond) {
 void Mcu::Stop() {
   logger::debug("Mcu") << "stop";
   stop_requested_ = true;
+  LookUpFromPause();
 }
 
 bool Mcu::IsPauseState() const {
@@ -67,7 +77,7 @@ unsigned long Mcu::OnTick(unsigned long) {
   do {
     // Not paused any more, if "resume_running" came at the same tick: both commands wait for their
     // answers.
-    if (IsPauseState() || respond_on_pause_ || respond_on_resume_) Pause();
+    if (IsPauseState() || respond_on_pause_ || responses_on_resume_ != 0) Pause();
     tick_attached_ = false;
     // A pause that was asked for between these two found the Mcu attached still: it is taken here.
   } while (IsPauseState() && !stop_requested_ && !tick_attached_.exchange(true));
@@ -75,25 +85,51 @@ unsigned long Mcu::OnTick(unsigned long) {
 }
 
 void Mcu::PauseCommand(bool respond) {
-  if (!IsPauseState()) {
-    respond_on_pause_ = respond;
-    pause_requested_ = true;
-    AttachToTick();
-  } else if (respond) {
-    SendResponse(PausedResponse());
+  if (IsPauseState()) {
+    if (respond) SendResponse(PausedResponse());
+    return;
   }
+  AnswerWhatIsOver();
+  respond_on_pause_ = respond;
+  pause_requested_ = true;
+  AttachToTick();
+  if (standing_) SendMcuStoppedPacket();
+}
+
+// Commands of one tick may pause and resume several times, before the pause is taken or while it
+// stands. Each is answered, and in its order.
+void Mcu::AnswerWhatIsOver() {
+  if (IsPauseState() || (!respond_on_pause_ && responses_on_resume_ == 0)) return;
+  if (!stopped_told_) SendMcuStoppedPacket();
+  SendMcuResumedPackets(responses_on_resume_.exchange(0));
 }
 
 void Mcu::Pause() {
   clock_->CalcNextTick();
-  if (respond_on_pause_.exchange(false)) SendResponse(PausedResponse());
-  SendEventPacket({{kDescription, "stopped"}});
+  SendMcuStoppedPacket();
+  standing_ = true;
   while (IsPauseState() && !stop_requested_) {
-    usleep(pause_poll_interval_us_);
+    if (debugger_ != nullptr) debugger_->BeginStanding();
+    WaitInPause();
+    if (debugger_ != nullptr) debugger_->EndStanding();
     clock_->HandleTickListeners();
   }
-  if (stop_requested_) return;
-  SendMcuResumedPacket(respond_on_resume_.exchange(false));
+  standing_ = false;
+  if (!stop_requested_ && stopped_told_) SendMcuResumedPackets(responses_on_resume_.exchange(0));
+}
+
+// The interval is only a safeguard: who queues something or ends the pause calls LookUpFromPause().
+void Mcu::WaitInPause() {
+  std::unique_lock lock(pause_mutex_);
+  pause_cv_.wait_for(lock, std::chrono::microseconds(pause_poll_interval_us_),
+                     [this] { return look_up_from_pause_; });
+  look_up_from_pause_ = false;
+}
+
+void Mcu::LookUpFromPause() {
+  const std::lock_guard lock(pause_mutex_);
+  look_up_from_pause_ = true;
+  pause_cv_.notify_one();
 }
 
 void Mcu::Resume(bool respond) {
@@ -103,8 +139,9 @@ void Mcu::Resume(bool respond) {
 
 void Mcu::InternalResume(bool respond) {
   if (IsPauseState()) {
-    respond_on_resume_ = respond;
+    if (respond) ++responses_on_resume_;
   } else {
+    AnswerWhatIsOver();
     SendMcuResumedPacket(respond);
   }
 }
@@ -115,15 +152,18 @@ void Mcu::PausedMcyByDebugger() {
 }
 
 void Mcu::ResumeMcuByDebugger() {
-  InternalResume(respond_on_resume_);
+  if (!IsPauseState()) SendMcuResumedPacket(false);
   paused_by_debugger_ = false;
+  LookUpFromPause();
 }
 
 // --- Instructions --------------------------------------------------------------------------------
 
 void Mcu::Bkpt(unsigned long value) {
   SendEventPacket({{kDescription, kBkpt}, {kValue, std::to_string(value)}});
-  if (connection_ == nullptr || !connection_->HasClient()) {
+  const bool client_can_resume = connection_ != nullptr && connection_->HasClient();
+  if (debugger_ != nullptr && !client_can_resume) return debugger_->PauseMcu();
+  if (!client_can_resume) {
     std::cerr << "Warning: bkpt " << value << " at 0x" << IntToHex(registers_.pc())
               << ": the run is paused until a client resumes it" << std::endl;
   }
@@ -137,7 +177,8 @@ void Mcu::WaitForEvent() {
     return;
   }
   // The latch stays as it is at the end: the next wfe consumes it.
-  while (!event_happened_ && !stop_requested_) clock_->Tickrement(1);
+  const unsigned pc = registers_.pc();  // a debugger that resets the chip moves it
+  while (!event_happened_ && !stop_requested_ && registers_.pc() == pc) clock_->Tickrement(1);
 }
 
 // Deliberate: only SEVONPEND lets the instruction set the latch.

@@ -17,9 +17,9 @@
 #include "peripherals/nrf52/registers/nrf52_qdec.h"
 #include "peripherals/nrf52/registers/nrf52_radio.h"
 #include "peripherals/nrf52/registers/nrf52_saadc.h"
-#include "peripherals/nrf52/registers/nrf52_spim_twim.h"
 #include "peripherals/nrf52/rng_handler.h"
 #include "peripherals/nrf52/rtc_handler.h"
+#include "peripherals/nrf52/spim_twim_handler.h"
 #include "peripherals/nrf52/temp_handler.h"
 #include "peripherals/nrf52/timer_handler.h"
 #include "peripherals/nrf52/uart_handler.h"
@@ -67,8 +67,8 @@ constexpr SectionRow kSections[] = {
     {"POWER_CLOCK",        0x40000000,     4096, Make<PowerClockHandler>,  "POWER_CLOCK"},
     {"RADIO",              0x40001000,     4096, Make<Nrf52RADIO>,         "RADIO"},
     {"UARTE",              0x40002000,     4096, Make<UartHandler>,        "UARTE0_UART0"},
-    {"SPIM_TWIM0",         0x40003000,     4096, Make<Nrf52SPIM_TWIM>,     kSerial0},
-    {"SPIM_TWIM1",         0x40004000,     4096, Make<Nrf52SPIM_TWIM>,     kSerial1},
+    {"SPIM_TWIM0",         0x40003000,     4096, Make<SpimTwimHandler>,    kSerial0},
+    {"SPIM_TWIM1",         0x40004000,     4096, Make<SpimTwimHandler>,    kSerial1},
     {"NFCT",               0x40005000,     4096, Unimplemented},
     {"GPIOTE",             0x40006000,     4096, Make<GPIOTEHandler>,      "GPIOTE"},
     {"SAADC",              0x40007000,     4096, Make<Nrf52SAADC>,         "SAADC"},
@@ -100,7 +100,7 @@ constexpr SectionRow kSections[] = {
     {"MWU",                0x40020000,     4096, Make<MWUHandler>,         "MWU"},
     {"PWM1",               0x40021000,     4096, Make<Nrf52PWM>,           "PWM1"},
     {"PWM2",               0x40022000,     4096, Make<Nrf52PWM>,           "PWM2"},
-    {"SPIM_TWIM2",         0x40023000,     4096, Make<Nrf52SPIM_TWIM>,     kSerial2},
+    {"SPIM_TWIM2",         0x40023000,     4096, Make<SpimTwimHandler>,    kSerial2},
     {"RTC2",               0x40024000,     4096, Make<RTCHandler>,         "RTC2"},
     {"I2S",                0x40025000,     4096, Unimplemented},
     {"FPU",                0x40026000,     4096, Unimplemented},

@@ -11,8 +11,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "analysis/trace_options.h"
+#include "control/listen_address.h"
 #include "mcu/platform.h"
 #include "runner/errors.h"
+#include "runner/output_files.h"
 #include "runner/text.h"
 
 namespace orvo {
@@ -93,11 +96,6 @@ void WarnUnlessOpen(bool open, const std::string& path, const char* consequence)
     std::cerr << "Warning: can't open " << path << ", " << consequence << std::endl;
 }
 
-bool IsSameFile(const std::string& a, const std::string& b) {
-  std::error_code error;
-  return std::filesystem::equivalent(a, b, error);
-}
-
 // Hexadecimal, all of the text.
 unsigned StartPc(const std::string& text) {
   try {
@@ -127,10 +125,13 @@ bool ArgsManager::Parse(int argc, char** argv) {
       {kHelp,                   "Print help", cxxopts::value<bool>()->default_value("false")->implicit_value("true")},
       {"w,wait_for_connection", "Wait for an sdk connection before starting", To(wait_for_connection)},
       {"g,gdb",                 "Run with dgb flag", To(gdb)},
+      {"gdb-port",              "Select port of the gdb server (default is 5555, 0 will generate a random free port)", NumberTo("gdb-port", gdb_port)},
       {"gpio",                  "Print gpio change level events", To(gpio)},
       {"sdk-port",              "Select port (default is 8000, 0 will generate a random free port)", NumberTo("sdk-port", sdk_port)},
+      {"listen",                "Address on which all servers listen (default is all addresses)", To(listen)},
       {"vcd",                   "Write the waveforms of the pins to a file", To(vcd)},
       {"code-coverage",         "Create code coverage report", To(code_coverage)},
+      {"coverage-lcov",         "Write the code coverage to a file for lcov too", To(coverage_lcov)},
       {"t,trace",               "Print traces (regs/interrupts/functions)", To(trace)},
       {"trace-dest",            "Forwards the trace report to a destination file", To(trace_dest)},
       {"d,input-dump",          "Input the trace report to the program", To(input_dump)},
@@ -148,6 +149,7 @@ bool ArgsManager::Parse(int argc, char** argv) {
       {"hci",                   "Radio in HCI mode", To(hci)},
       {"i, image",              "Set image file", To(image)},
       {"mips",                  "Print MIPS before exit", To(mips)},
+      {"check-board",           "Check board.json and scenario.json, and do not run", To(check_board)},
   };
   // clang-format on
 
@@ -169,8 +171,10 @@ bool ArgsManager::Parse(int argc, char** argv) {
     throw UserError(error.what());
   }
 
-  if (IsSameFile(trace_dest, input_dump))
-    throw UserError("--trace-dest would overwrite the trace to compare with: " + trace_dest);
+  SetOutputType(uart_output);
+  RefuseToOverwrite(*this, InputFiles(*this));
+  // Without a buffer: what was traced is in the file however the run ends, by SIGKILL too.
+  trace_stream.rdbuf()->pubsetbuf(nullptr, 0);
   trace_stream.open(trace_dest, std::ios::trunc);
   // Only a regular file: a directory opens, and a pipe without a writer blocks for ever.
   if (std::filesystem::is_regular_file(input_dump)) {
@@ -184,6 +188,9 @@ bool ArgsManager::Parse(int argc, char** argv) {
   mcu = ChipName(mcu);
   if (!IsPlatformSupported(mcu)) throw UserError("Platform isn't supported : " + mcu);
   SetOutputType(uart_output);
+  code_coverage = code_coverage || !coverage_lcov.empty();
+  WarnAboutIdleOptions(*this);
+  ListenAddress(listen, 0);
   return true;
 }
 

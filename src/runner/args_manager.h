@@ -23,8 +23,10 @@ class ArgsManager {
   bool uart_output_given = false;
   bool sp = false;
   bool mips = false;
+  bool check_board = false;
   std::string image;
   unsigned short sdk_port = 8000;
+  unsigned short gdb_port = 5555;
   unsigned capstone = 0;
   unsigned start_tick = 0;
   unsigned start_pc = 0;
@@ -35,10 +37,12 @@ class ArgsManager {
   std::string trace;
   std::string trace_dest;
   std::string vcd;
+  std::string coverage_lcov;
   std::string input_dump;
   std::string uart_output;
   std::string objdump;
   std::string mcu = "nrf52832";
+  std::string listen = "0.0.0.0";  // of all servers: control connection, UART, debugger
   unsigned uart_output_type = kStandardOutput;
   std::ofstream trace_stream;
   std::ifstream dump_stream;

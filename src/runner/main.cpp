@@ -1,13 +1,15 @@
 // Entry point: signals, options, the objects of a run in their order, and the exit status.
-// 0: the run finished, was ended by SIGINT or SIGTERM, or the help was printed; 255: a failure
-// before or around the run loop; a signal's number: a fatal signal; otherwise the code that came
-// over the termination channel.
+// 0: the run finished, was ended by SIGINT or SIGTERM, or the help was printed; 1: --check-board
+// found problems; 255: a failure before or around the run loop; a signal's number: a fatal signal;
+// otherwise the code that came over the termination channel.
 #include <fcntl.h>
 
 #include <filesystem>
+#include <iostream>
 #include <memory>
 
 #include "analysis/vcd_writer.h"
+#include "config/board_check.h"
 #include "config/configuration_file_handler.h"
 #include "config/scenario_file_handler.h"
 #include "control/connection_manager.h"
@@ -15,6 +17,7 @@
 #include "runner/args_manager.h"
 #include "runner/logger.h"
 #include "runner/orvo_signals.h"
+#include "runner/output_files.h"
 #include "runner/program.h"
 #include "runner/signal_handler.h"
 #include "wires/wire_manager.h"
@@ -22,7 +25,7 @@
 namespace orvo {
 namespace {
 
-constexpr int kWireCount = 200;
+constexpr int kProblemsFound = 1;
 
 // The real path of this executable, next to which the SDK is looked for; argv[0] may be a bare
 // name that the shell found.
@@ -53,8 +56,12 @@ class Simulation {
     scenario_ = std::make_unique<ScenarioFileHandler>();
     ConfigurationFileHandler::Get().Init(args.mcu, scenario_.get(), ExecutablePath(args.argv0));
     connection_ = std::make_unique<ConnectionManager>();
-    wires_ = std::make_unique<WireManager>(connection_.get(), kWireCount, args.gpio, false);
+    wires_ = std::make_unique<WireManager>(connection_.get(), WireManager::kWiresOfBoard, args.gpio,
+                                           false);
     scenario_->Init("scenario.json");
+    for (const std::string& path : scenario_->data_files()) {
+      RefuseToOverwrite(args, {{"a data file of the scenario", path}});
+    }
     mcu_ = CreateMcu(args.mcu, *scenario_, wires_.get(), connection_.get());
     if (!args.vcd.empty()) vcd_ = std::make_unique<VcdWriter>(args.vcd, *mcu_);
     // A run that was ended before the connection listened must not wait for a client.
@@ -79,7 +86,8 @@ class Simulation {
 // wrong direction keeps the number, and makes every use of the stream fail.
 void OccupyClosedStandardStreams() {
   for (int fd = 0; fd <= 2; ++fd) {
-    if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", fd == 0 ? O_WRONLY : O_RDONLY) != fd) return;
+    if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", fd == 0 ? O_WRONLY : O_RDONLY) != fd)
+      return;
   }
 }
 
@@ -89,7 +97,11 @@ int Main(int argc, char** argv) {
   OrvoSignals::Get().terminate.Connect([](int code) { exit_code = code; });
   const SignalWatcher watcher;
   try {
+    const ArgsManager& args = ArgsManager::Get();
     if (!ArgsManager::Get().Parse(argc, argv)) return 0;
+    if (args.check_board) {
+      return CheckBoard(args.mcu, ExecutablePath(args.argv0), std::cout) ? 0 : kProblemsFound;
+    }
     Simulation().Run();
   } catch (const std::exception& error) {
     logger::error("Main") << error.what();

@@ -4,9 +4,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 
+#include "analysis/elf_handler.h"
 #include "config/configuration_file_handler.h"
+#include "control/gdb_server.h"
 #include "core/decoder.h"
 #include "core/globals.h"
 #include "memory/memory_exclusiveness.h"
@@ -57,15 +60,19 @@ Program::ProcessWideVariables::~ProcessWideVariables() {
   image_.reset();
 }
 
-// The report itself is not built in: the search tells the user what would be read.
 void Program::ParseElfFileIfNeeded(const std::string& argv0) {
   code_cover_report_ = false;
   if (!ArgsManager::Get().code_coverage) return;
-  if (GetFilePath(argv0, kElfFileInProject, kElfFile).empty()) {
+  const std::string path = GetFilePath(argv0, kElfFileInProject, kElfFile);
+  if (path.empty()) {
     std::cerr << "In order to see code coverage report, load your elf file." << std::endl;
-  } else {
-    std::cerr << "Warning: code coverage is not built in, the run goes on without it" << std::endl;
+    return;
   }
+  // Before a long run, not behind it; and no old file is taken for this run's.
+  const std::string& lcov = ArgsManager::Get().coverage_lcov;
+  if (!lcov.empty() && !std::ofstream(lcov, std::ios::trunc))
+    throw UserError("--coverage-lcov: can't write " + lcov + ": " + std::strerror(errno));
+  code_cover_report_ = ElfHandler::Parse(path);
 }
 
 void Program::SetProcessWideVariables() {

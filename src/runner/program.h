@@ -21,6 +21,7 @@
 namespace orvo {
 
 class DebuggingLocks;
+class GdbServer;
 class MemoryExclusiveness;
 
 // What main returns. The termination channel carries it, possibly from another thread.
@@ -48,6 +49,7 @@ class Program : public TickListener {
 
   // The report at the end of a run.
   void PrintRunInfo();
+  void CreateCoverageReport();
   void PrintSpMax();
 
  private:
@@ -96,7 +98,8 @@ class Program : public TickListener {
   std::unique_ptr<MemoryExclusiveness> exclusive_monitor_;
   unsigned stop_point_hits_ = 0;
   bool lockup_warned_ = false;
-  Connection<int> stop_connection_;  // goes first
+  std::unique_ptr<GdbServer> gdb_server_;  // null without -g
+  Connection<int> stop_connection_;        // goes first
 };
 
 }  // namespace orvo

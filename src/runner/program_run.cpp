@@ -3,7 +3,8 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "control/debugging_locks.h"
+#include "analysis/elf_handler.h"
+#include "control/gdb_server.h"
 #include "core/globals.h"
 #include "runner/args_manager.h"
 #include "runner/errors.h"
@@ -64,7 +65,11 @@ void Program::WarnAboutStackPointer() const {
 }
 
 void Program::StartDebugger() {
-  throw UserError("The GDB server is not built in, run without -g/--gdb");
+  gdb_server_ =
+      std::make_unique<GdbServer>(ArgsManager::Get().gdb_port, &chip_, [this] { Stop(); });
+  debugger_ = gdb_server_.get();
+  const unsigned short port = gdb_server_->Run();
+  std::cerr << "GDB server on port " << port << ": the run waits for its client" << std::endl;
 }
 
 void Program::Stop() {
@@ -114,12 +119,21 @@ void Program::PrintRunInfo() {
     std::cout << "MIPS: " << mips << std::endl;
   }
   logger::debug("Program") << "CPU time used: " << cpu_seconds << " sec";
+  CreateCoverageReport();
   PrintSpMax();
   WarnAboutIncompleteTrace();
 }
 
+void Program::CreateCoverageReport() {
+  if (!code_cover_report_) return;
+  ElfHandler::CreateCoverageReport();
+  OrvoSignals::Get().send_json_event.emit(
+      {{"description", "code_coverage"}, {"value", ElfHandler::percent_total_}});
+}
+
 void Program::WarnAboutIncompleteTrace() {
   trace_stream_->flush();
+  if (ArgsManager::Get().trace.find("regs") != std::string::npos) register_trace_.WarnAboutRest();
   if (!ArgsManager::Get().trace.empty() && !trace_stream_->good())
     std::cerr << "Warning: the trace is incomplete, its file took no more" << std::endl;
 }

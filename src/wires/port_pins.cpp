@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "config/configuration_file_handler.h"
-#include "runner/errors.h"
 #include "wires/wire_manager.h"
 
 namespace orvo {
@@ -19,21 +18,20 @@ std::vector<unsigned> PortWires(WireManager& wires, unsigned pin_count, const Po
   for (const auto& [key, value] : table.items()) {
     const size_t prefix_length = prefix(key);
     if (prefix_length == 0) continue;
-    const auto fail = [&, &name = key](const std::string& reason) {
-      throw UserError(pins.Place() + "." + name + ": " + reason);
-    };
+    const JsonPlace place = pins[key];
     const unsigned wire = wires.GetPinWireOf(pins, key);
     wires.AddPinName(key, wire);
     unsigned pin = 0;
     const char* const end = key.data() + key.size();
     const auto [rest, error] = std::from_chars(key.data() + prefix_length, end, pin);
     if (error != std::errc() || rest != end || pin >= pin_count) {
-      fail("expected a pin number below " + std::to_string(pin_count) + " behind " +
-           key.substr(0, prefix_length));
+      place.Report(place.Place() + ": expected a pin number below " + std::to_string(pin_count) +
+                   " behind " + key.substr(0, prefix_length));
+      continue;
     }
     const std::string same = key.substr(0, prefix_length) + std::to_string(pin);
     if (const auto [earlier, is_new] = keys.emplace(same, key); !is_new) {
-      fail("names the same pin as " + earlier->second);
+      place.Report(place.Place() + ": names the same pin as " + earlier->second);
     }
     wire_of_pin[pin] = wire;
   }

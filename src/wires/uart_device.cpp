@@ -2,30 +2,77 @@
 #include "wires/uart_device.h"
 
 #include <algorithm>
+#include <exception>
+#include <utility>
 
 namespace orvo {
 
-UARTDevice::UARTDevice(WireManager& wires, const UartConfig& config)
-    : wires_(wires), config_(config) {
+UARTDevice::UARTDevice(WireManager& wires, const UartConfig& config, Clock* clock)
+    : wires_(wires), config_(config), clock_(clock) {
   wires_.ConnectToWireData(this, config_.rx_wire, config_.rx_wire);
   DriveRts(false);
 }
 
 UARTDevice::~UARTDevice() {
+  if (clock_ != nullptr) clock_->DetachFromTick(this);
   if (WireManager::IsSupply(config_.rx_wire)) return;
   wires_.DisconnectFromWireData(this, config_.rx_wire, config_.rx_wire);
 }
 
+void UARTDevice::OnSimulationThread(std::function<void()> action) {
+  if (clock_ == nullptr || std::this_thread::get_id() == simulation_thread_) return action();
+  Request request{std::move(action)};
+  std::unique_lock lock(mutex_);
+  requests_.push_back(&request);
+  changed_.notify_all();  // the simulation may stand in Update()
+  if (!tick_attached_) clock_->AttachToTick(clock_->ticks(), this, false);
+  tick_attached_ = true;
+  changed_.wait(lock,
+                [&] { return request.done || (cancelled_ && std::erase(requests_, &request)); });
+}
+
+// Without the lock while one runs: whoever hears of a wire may send at once.
+void UARTDevice::CarryOutRequests(std::unique_lock<std::mutex>& lock) {
+  while (!requests_.empty()) {
+    Request* request = requests_.front();
+    requests_.pop_front();
+    lock.unlock();
+    std::exception_ptr failure;
+    try {
+      request->action();
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    lock.lock();
+    request->done = true;
+    changed_.notify_all();
+    if (failure != nullptr) std::rethrow_exception(failure);
+  }
+}
+
+unsigned long UARTDevice::OnTick(unsigned long) {
+  std::unique_lock lock(mutex_);
+  tick_attached_ = false;
+  CarryOutRequests(lock);
+  return 0;
+}
+
 void UARTDevice::DriveRts(bool level) {
   if (!config_.rts_enabled) return;
-  wires_.SetWireLevel(config_.rts_wire, level, config_.rts_wire, false, nullptr, false);
+  OnSimulationThread([this, level] {
+    wires_.SetWireLevel(config_.rts_wire, level, config_.rts_wire, false, nullptr, false);
+  });
 }
 
 unsigned long UARTDevice::Write(const char* data, unsigned long length) {
-  if (config_.cts_enabled && wires_.GetWireLevel(config_.cts_wire)) return 0;
-  wires_.SendDataOverWire(config_.tx_wire, config_.tx_wire,
-                          reinterpret_cast<const unsigned char*>(data), length, nullptr);
-  return length;
+  unsigned long sent = 0;
+  OnSimulationThread([&] {
+    if (config_.cts_enabled && wires_.GetWireLevel(config_.cts_wire)) return;
+    wires_.SendDataOverWire(config_.tx_wire, config_.tx_wire,
+                            reinterpret_cast<const unsigned char*>(data), length, nullptr);
+    sent = length;
+  });
+  return sent;
 }
 
 unsigned long UARTDevice::Read(char* buffer, unsigned long length) {
@@ -70,8 +117,13 @@ void UARTDevice::Update(std::vector<WireDataEvent>* events) {
   if (missing_ > mailbox.size()) {
     missing_ -= mailbox.size();
   } else {
-    // The reader may ask for more before this thread wakes, so that missing_ tells nothing.
-    changed_.wait(lock, [this, served = reads_served_] { return reads_served_ != served; });
+    // The reader may ask for more before this thread wakes, so that missing_ tells nothing. It
+    // needs this thread for RTS.
+    const unsigned long served = reads_served_;
+    while (reads_served_ == served) {
+      changed_.wait(lock, [&] { return reads_served_ != served || !requests_.empty(); });
+      CarryOutRequests(lock);
+    }
   }
 }
 

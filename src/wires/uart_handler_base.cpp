@@ -1,6 +1,7 @@
 // The queue of received bytes and its pacing, and the ways out of the firmware's bytes.
 #include "wires/uart_handler_base.h"
 
+#include <chrono>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -11,6 +12,14 @@
 #include "wires/uart_tcp_server.h"
 
 namespace orvo {
+
+namespace {
+
+// How much may wait for the firmware before the reader threads leave the rest with its sender.
+constexpr unsigned long kQueueBytes = 16ul << 20;
+constexpr std::chrono::milliseconds kRoomPoll{10};  // time of the host
+
+}  // namespace
 
 UartHandlerBase::UartHandlerBase(Mcu* mcu, std::function<void()> byte_available, WireManager* wires,
                                  unsigned rx_wire, unsigned tx_wire, std::string name)
@@ -63,6 +72,8 @@ void UartHandlerBase::UartSend(unsigned char byte, unsigned long count) {
   SendEvent(byte);
   if (WritesToStream()) {
     WriteToStream(bytes);
+  } else if (output_enabled_ && hold_output_) {
+    held_for_tcp_ += bytes;
   } else if (output_enabled_) {
     SendToTcpClient(bytes);
   }
@@ -96,12 +107,26 @@ void UartHandlerBase::FillBuffer(const char* bytes, unsigned long length) {
   mcu_->clock().AttachToTime(nanoseconds_per_word_, this);
 }
 
+bool UartHandlerBase::WaitForRoom() {
+  {
+    const std::lock_guard lock(rx_mutex_);
+    if (rx_queue_.size() < kQueueBytes) return true;
+  }
+  std::this_thread::sleep_for(kRoomPoll);
+  return false;
+}
+
 void UartHandlerBase::WriteJsonMessage(const nlohmann::json& message) {
   const auto command = message.at(kCommand).get<std::string>();
   if (command != kUartWrite) {
     throw OrvoError("Unknown command type: " + command + " in Uart");
   }
-  const char byte = static_cast<char>(message.at(kValue).get<int>());
+  const auto value = message.at(kValue).get<double>();
+  // A byte as a number with or without sign.
+  if (!(value >= -128 && value <= 255)) {
+    throw UserError("write_uart_data: value: expected a byte, found " + message.at(kValue).dump());
+  }
+  const char byte = static_cast<char>(static_cast<int>(value));
   FillBuffer(&byte, 1);
 }
 

@@ -47,8 +47,8 @@ class UartHandlerBase : public Observer<WireDataEvent>, public TickListener {
   // Sends `count` bytes that count up from the one given; models send one at a time. Throws
   // UserError when standard output or the output file doesn't take them.
   void UartSend(unsigned char byte, unsigned long count);
-  // Between the two, standard output and the file are written in one go. For transfers that take a
-  // single instruction, so that nobody sees the delay. The second throws like UartSend().
+  // Between the two, standard output, file and TCP client are written in one go. For transfers that
+  // take a single instruction, so that nobody sees the delay. The second throws like UartSend().
   void HoldOutput() { hold_output_ = true; }
   void ReleaseOutput();
   // Takes the oldest byte from the queue; false if there is none.
@@ -57,6 +57,8 @@ class UartHandlerBase : public Observer<WireDataEvent>, public TickListener {
   bool IsBufferEmpty() const { return rx_ready_.load(std::memory_order_relaxed) == 0; }
   // Bytes from the outside. Any thread.
   void FillBuffer(const char* bytes, unsigned long length);
+  // For reader threads: whether the queue takes more; waits a little if it doesn't.
+  bool WaitForRoom();
   // Input from the control connection: {"command": "write_uart_data", "value": byte}.
   void WriteJsonMessage(const nlohmann::json& message);
 
@@ -102,6 +104,7 @@ class UartHandlerBase : public Observer<WireDataEvent>, public TickListener {
   std::ostream* output_ = nullptr;  // set while output_enabled_
   std::ofstream file_;
   std::string output_name_;  // in messages
+  std::string held_for_tcp_;
   std::thread receive_thread_;
   std::atomic<bool> receiving_{false};
 

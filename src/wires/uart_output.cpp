@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iostream>
 #include <string_view>
+#include <utility>
 
 #include "runner/errors.h"
 #include "runner/logger.h"
@@ -73,7 +74,11 @@ void UartHandlerBase::WriteToStream(const std::string& bytes) {
 
 void UartHandlerBase::ReleaseOutput() {
   hold_output_ = false;
-  if (WritesToStream()) WriteToStream("");
+  if (WritesToStream()) {
+    WriteToStream("");
+  } else {
+    SendToTcpClient(std::exchange(held_for_tcp_, {}));
+  }
 }
 
 // --- Pseudo-terminal ---------------------------------------------------------------------------
@@ -90,6 +95,7 @@ void UartHandlerBase::onArgsManagerPty(bool enable) {
 void UartHandlerBase::RunRecvThread() {
   char buffer[kPtyReadBytes];
   while (receiving_) {
+    if (!WaitForRoom()) continue;
     const long length = pty_->Read(buffer, sizeof(buffer), kPtyTimeoutMs);
     if (length < 0) return;
     if (length > 0) FillBuffer(buffer, length);

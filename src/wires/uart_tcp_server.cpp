@@ -2,7 +2,9 @@
 #include "wires/uart_tcp_server.h"
 
 #include <charconv>
+#include <iostream>
 #include <string_view>
+#include <vector>
 
 #include "runner/errors.h"
 #include "runner/logger.h"
@@ -13,16 +15,17 @@ namespace {
 
 constexpr char kTag[] = "UartHandlerBase";
 constexpr std::string_view kTcpPortPrefix = "tcp-port:";
-constexpr unsigned long kReadBytes = 1024;
+constexpr unsigned long kReadBytes = 65536;
 
 }  // namespace
 
 void UartHandlerBase::UartTcpServer::ClientHandler() {
-  char buffer[kReadBytes];
+  std::vector<char> buffer(kReadBytes);
   while (IsRunning()) {
-    const long length = Read(buffer, sizeof(buffer));
+    if (!uart_.WaitForRoom()) continue;
+    const long length = Read(buffer.data(), buffer.size());
     if (length < 1) return;
-    uart_.TCPReceivedData(buffer, static_cast<unsigned long>(length));
+    uart_.TCPReceivedData(buffer.data(), static_cast<unsigned long>(length));
   }
 }
 
@@ -42,10 +45,15 @@ void UartHandlerBase::OpenTcpPort(const std::string& text) {
 
 void UartHandlerBase::StartTCPServer(unsigned short port) {
   tcp_server_ = std::make_unique<UartTcpServer>(*this);
-  tcp_port_ = tcp_server_->StartServer(port);
+  try {
+    tcp_port_ = tcp_server_->StartServer(port);
+  } catch (const UserError& error) {
+    throw UserError("UartHandlerBase: UART TCP port " + std::to_string(port) + ": " +
+                    error.message());
+  }
   tcp_server_exists_ = true;
   logger::debug(kTag) << "Server started";
-  logger::debug(kTag) << "UART TCP port: " << tcp_port_;
+  if (port == 0) std::cout << "UART TCP port: " << tcp_port_ << std::endl;
 }
 
 void UartHandlerBase::CloseTcpServer() {
@@ -55,7 +63,7 @@ void UartHandlerBase::CloseTcpServer() {
 }
 
 void UartHandlerBase::SendToTcpClient(const std::string& bytes) {
-  if (tcp_server_ == nullptr) return;
+  if (tcp_server_ == nullptr || bytes.empty()) return;
   logger::debug(kTag) << "Sending packet. Packet length: " << bytes.size();
   tcp_server_->SendPacket(bytes.data(), static_cast<long>(bytes.size()));
 }

@@ -8,7 +8,8 @@ namespace orvo {
 
 class UartHandlerBase::UartTcpServer : public TcpServer {
  public:
-  explicit UartTcpServer(UartHandlerBase& uart) : uart_(uart) {}
+  // Nothing that the firmware sends is lost on a client that pauses: the run waits for it.
+  explicit UartTcpServer(UartHandlerBase& uart) : TcpServer(std::chrono::years(1)), uart_(uart) {}
   ~UartTcpServer() override { Join(); }
 
   // Server's thread.

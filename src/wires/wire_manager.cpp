@@ -164,8 +164,13 @@ unsigned WireManager::GetPinWire(const std::string& name, const nlohmann::json& 
 }
 
 unsigned WireManager::GetPinWireOf(const JsonPlace& config, const std::string& name) const {
-  const JsonPlace pins = config.value().contains("pins") ? config["pins"] : config;
-  if (!pins.value().contains(name)) throw UserError("board.json: Missing pin " + name);
+  const JsonPlace pins = config.Has("pins") ? config["pins"] : config;
+  pins.Object();
+  if (!pins.value().is_object()) return 0;
+  if (!pins.value().contains(name)) {
+    pins.Missing(name, "board.json: Missing pin " + name);
+    return 0;
+  }
   const JsonPlace pin = pins[name];
   const nlohmann::json& value = pin.value();
   if (value.is_string()) {
@@ -175,15 +180,21 @@ unsigned WireManager::GetPinWireOf(const JsonPlace& config, const std::string& n
                    [](unsigned char c) { return std::tolower(c); });
     if (lower == "vdd") return kVdd;
     if (lower == "gnd") return kGnd;
-    return Pin2Wire(text);
+    const auto named = wire_of_pin_.find(text);
+    if (named != wire_of_pin_.end()) return named->second;
+    pin.Report("Pin_name: " + text + " is invalid pin number");
+    return 0;
   }
-  if (!value.is_number_integer()) pin.Fail("a wire number or the name of a pin");
+  if (!value.is_number_integer()) {
+    pin.ReportExpected("a wire number or the name of a pin");
+    return 0;
+  }
   // Deliberate: the last two wires of the table are out of a board's reach.
   const unsigned long limit = wires_.size() - 2;
   if (!value.is_number_unsigned() || value.get<unsigned long>() >= limit) {
-    throw UserError("wire number " + value.dump() +
-                    " is invalid, wire number should be lesser than " + std::to_string(limit) +
-                    ". Please check your bsp.json file");
+    pin.Report("wire number " + value.dump() + " is invalid, wire number should be lesser than " +
+               std::to_string(limit) + ". Please check your bsp.json file");
+    return 0;
   }
   return value.get<unsigned>();
 }
@@ -203,9 +214,7 @@ void WireManager::CheckWireNumberValidation(unsigned wire) {
 }
 
 void WireManager::SendPinStateToNetwork(WireLogicLevelEvent* event) {
-  if (connection_ != nullptr && connection_->HasClient()) {
-    connection_->SendPinLogicLevelEvent(event);
-  }
+  if (connection_ != nullptr) connection_->SendPinLogicLevelEvent(event);
   if (print_) {
     std::cout << "pin_number: " << event->wire_number << "   pin_level: " << event->level
               << std::endl;

@@ -27,6 +27,8 @@ class WireManager {
   // be read; all else throws OrvoError or, where said, does nothing.
   static constexpr unsigned kVdd = 0xffffffff;
   static constexpr unsigned kGnd = 0xfffffffe;
+  // Number of wires in the net of a board.
+  static constexpr unsigned kWiresOfBoard = 200;
   // Volts of a high wire.
   static constexpr double kSupplyVoltage = 3.0;
 
@@ -77,7 +79,8 @@ class WireManager {
   // Resolves a pin of the board configuration: `config` or its member "pins" gives a wire number,
   // "vdd", "gnd", or the name of a pin that was named before. Throws UserError for anything else.
   unsigned GetPinWire(const std::string& name, const nlohmann::json& config) const;
-  // The same for a part of a document, which errors then name.
+  // The same for a part of a document, which errors then name. Where they only are collected, the
+  // answer is wire 0.
   unsigned GetPinWireOf(const JsonPlace& config, const std::string& name) const;
   // Throws UserError for a name that AddPinName() never gave.
   unsigned Pin2Wire(const std::string& name) const;

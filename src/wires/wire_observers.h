@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "memory/observer.h"
+#include "runner/errors.h"
 
 namespace orvo {
 
@@ -47,7 +49,7 @@ class WireObservers {
 
   // Calls Update() once on every observer of the wires in the batch. Nobody hears its own event:
   // the source is left out where its pin is the event's, but hears it on its other pins of the
-  // wire.
+  // wire. Throws UserError if the changes go in a circle.
   void Deliver(std::span<const Event> batch, const Observer<Event>* source) {
     std::vector<Delivery> deliveries;
     for (const Event& event : batch) {
@@ -59,6 +61,12 @@ class WireObservers {
           events.back().pin_number = pin;
         }
       }
+    }
+    if (deliveries.empty()) return;
+    const Nesting nesting(nested_);
+    if (nested_ > kMostNested) {
+      throw UserError("The devices on wire " + std::to_string(batch.front().wire_number) +
+                      " drive each other without end");
     }
     for (Delivery& delivery : deliveries) delivery.observer->Update(&delivery.events);
   }
@@ -72,6 +80,15 @@ class WireObservers {
     Observer<Event>* observer;
     std::vector<Event> events;
   };
+
+  struct Nesting {
+    explicit Nesting(unsigned& deliveries) : nested(deliveries) { ++nested; }
+    ~Nesting() { --nested; }
+    unsigned& nested;
+  };
+
+  // More deliveries within one another than devices in a row on all wires cause.
+  static constexpr unsigned kMostNested = 1000;
 
   static auto Find(std::vector<Attachment>& attachments, const Observer<Event>* observer) {
     return std::find_if(attachments.begin(), attachments.end(),
@@ -87,6 +104,7 @@ class WireObservers {
   }
 
   std::vector<std::vector<Attachment>> by_wire_;
+  unsigned nested_ = 0;  // deliveries at work
 };
 
 }  // namespace orvo

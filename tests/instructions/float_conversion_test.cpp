@@ -41,46 +41,6 @@ class FloatConversion : public FloatTest {};
 TEST_P(FloatConversion, GivesResultAndExceptionFlags) { RunAndCompare(); }
 INSTANTIATE_TEST_SUITE_P(Table, FloatConversion, testing::ValuesIn(kConversions), kFloatCaseName);
 
-struct CompareCase {
-  const char* name;
-  unsigned s0;
-  unsigned s1;
-  unsigned fpscr;  // 0x90000002 before
-};
-
-std::ostream& operator<<(std::ostream& out, const CompareCase& c) { return out << c.name; }
-
-class FloatCompare : public testing::TestWithParam<CompareCase> {};
-
-TEST_P(FloatCompare, SetsFlagsOfFpscrOnly) {
-  for (const unsigned encoding : {0xeeb40a60u, 0xeeb40ae0u}) {  // vcmp, vcmpe
-    CoreBench bench;
-    bench.registers().s(0) = GetParam().s0;
-    bench.registers().s(1) = GetParam().s1;
-    bench.registers().fpscr() = 0x90000000 | kDzc;
-    bench.Run(Wide(encoding));
-    EXPECT_EQ(bench.registers().fpscr(), GetParam().fpscr | kDzc);
-    EXPECT_EQ(bench.registers().xpsr(), 0u);
-    EXPECT_EQ(bench.registers().control(), kFpContext);
-  }
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Table, FloatCompare, testing::Values(
-    CompareCase{"equal",            Bits(1.5f),       Bits(1.5f), 0x60000000},
-    CompareCase{"zeros",            kNegative,        0,          0x60000000},
-    CompareCase{"greater",          Bits(2.0f),       Bits(1.5f), 0x20000000},
-    CompareCase{"less",             Bits(-2.0f),      Bits(1.5f), 0x80000000},
-    CompareCase{"tiny_difference",  1,                2,          0x80000000},
-    CompareCase{"greater_infinity", kInf,             Bits(1.0f), 0x20000000},
-    // The difference of equal infinities is no number, so they don't count as equal.
-    CompareCase{"equal_infinities", kInf,             kInf,       0x80000000},
-    CompareCase{"negative_infinities", kInf | kNegative, kInf | kNegative, 0x80000000},
-    CompareCase{"unordered",        kQuietA,          Bits(1.0f), 0x30000000 | kIoc},
-    CompareCase{"unordered_second", Bits(1.0f),       kQuietA,    0x30000000 | kIoc}),
-    kFloatCaseName);
-// clang-format on
-
 TEST(FloatCompareWithZero, TakesTheImmediate) {
   CoreBench bench;
   bench.registers().s(0) = Bits(-1.0f);
@@ -89,24 +49,6 @@ TEST(FloatCompareWithZero, TakesTheImmediate) {
   bench.registers().s(0) = 0;
   bench.Run({0xeeb5, 0x0ac0});  // vcmpe.f32 s0, #0.0
   EXPECT_EQ(bench.registers().fpscr(), 0x60000000u);
-}
-
-TEST(FloatMoves, CopyWordsBetweenTheRegisterFiles) {
-  CoreBench bench;
-  Registers& registers = bench.registers();
-  bench.r(1) = 0x11111111;
-  bench.r(2) = 0x22222222;
-  bench.Run({0xee00, 0x1a10});  // vmov s0, r1
-  EXPECT_EQ(registers.s(0), 0x11111111u);
-  EXPECT_EQ(registers.control(), kFpContext);
-  bench.Run({0xec42, 0x1b12});  // vmov d2, r1, r2
-  EXPECT_EQ(registers.s(4), 0x11111111u);
-  EXPECT_EQ(registers.s(5), 0x22222222u);
-  bench.Run({0xec51, 0x2b12});  // vmov r2, r1, d2
-  EXPECT_EQ(bench.r(2), 0x11111111u);
-  EXPECT_EQ(bench.r(1), 0x22222222u);
-  bench.Run({0xee10, 0x3a10});  // vmov r3, s0
-  EXPECT_EQ(bench.r(3), 0x11111111u);
 }
 
 }  // namespace

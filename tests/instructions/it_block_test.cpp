@@ -50,22 +50,6 @@ const BlockCase kBlocks[] = {
     // itttt eq; four times addeq r0, #1
     {"four",            {0xbf01, 0x3001, 0x3001, 0x3001, 0x3001}, "-Z--", {0}, {4}},
     {"none_of_four",    {0xbf01, 0x3001, 0x3001, 0x3001, 0x3001}, "N-CV", {0}, {0}},
-    {"lsl_immediate",   {0xbf08, 0x00c8},                 "-Z--", {0, 3},    {24}},
-    {"lsr_two_operands",{0xbf08, 0x40c8},                 "-Z--", {0x80, 4}, {8}},
-    {"lsr_three",       {0xbf08, 0xfa21, 0xf002},         "-Z--", {0, 8, 1}, {4}},
-    {"asr",             {0xbf08, 0x4108},                 "-Z--", {~7u, 1},  {~3u}},
-    {"mul_mi",          {0xbf48, 0x4348},                 "N---", {3, 5},    {15}},
-    {"mvn",             {0xbf08, 0x43c8},                 "-Z--", {0, 1},    {~1u}},
-    {"and",             {0xbf08, 0x4008},                 "-Z--", {6, 3},    {2}},
-    {"uxtb",            {0xbf08, 0xb2c8},                 "-Z--", {0, 0x1ff},{0xff}},
-    {"ubfx",            {0xbf08, 0xf3c1, 0x1007},         "-Z--", {0, 0xabc},{0xab}},
-    {"smlal",           {0xbf08, 0xfbc2, 0x0103},         "-Z--", {1, 0, 2, 3}, {7, 0}},
-    {"qadd_skipped",    {0xbf08, 0xfa82, 0xf081},         "----", {9, 1, 1}, {9}},
-    {"udiv_skipped",    {0xbf08, 0xfbb1, 0xf0f2},         "----", {9, 8, 2}, {9}},
-    {"movt",            {0xbf08, 0xf2c0, 0x0001},         "-Z--", {5},       {0x10005}},
-    // it hi; addhi.w r0, r1, r2, lsr #3
-    {"shifted_hi",      {0xbf88, 0xeb01, 0x00d2},         "--C-", {0, 1, 8}, {2}},
-    {"shifted_ls",      {0xbf88, 0xeb01, 0x00d2},         "-ZC-", {0, 1, 8}, {0}},
 };
 // clang-format on
 

@@ -14,7 +14,8 @@ struct BoardPins {
   explicit BoardPins(const nlohmann::json& pins = nullptr, const std::string& chip = "nrf52832") {
     ISingelton<ConfigurationFileHandler>::ReleaseInstance();
     ConfigurationFileHandler& board = ConfigurationFileHandler::Get();
-    board.AddComponent({{"class", chip}, {"config", {{"pins", pins}}}});
+    const nlohmann::json component{{"class", chip}, {"config", {{"pins", pins}}}};
+    board.AddComponent(JsonPlace(component, "board.json"));
     if (pins.is_null()) board.InitPinsConfig(chip);
   }
   BoardPins(const BoardPins&) = delete;

@@ -28,11 +28,19 @@ inline nlohmann::json WaitForMessage(ControlClient& client, const std::string& d
   }
 }
 
-inline void SendSudoCommand(ControlClient& client, nlohmann::json command) {
+inline void Handshake(ControlClient& client) {
+  client.Send({{"type", "handshake"}, {"api_version", "1"}});
+}
+
+inline nlohmann::json SudoCommand(nlohmann::json command) {
   command["type"] = "command";
   command["peripheral_type"] = "nrf52832";
   command["peripheral_name"] = "SUDO";
-  client.Send(command);
+  return command;
+}
+
+inline void SendSudoCommand(ControlClient& client, nlohmann::json command) {
+  client.Send(SudoCommand(std::move(command)));
 }
 
 inline void Resume(ControlClient& client) {

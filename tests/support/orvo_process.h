@@ -34,6 +34,9 @@ class ChildProcess {
   // Reads until standard output or error holds the text; false when the time is over first or the
   // process ends without it.
   bool WaitForOutput(const std::string& text, std::chrono::seconds limit);
+  // What WaitForOutput has read of standard output and error.
+  const std::string& out() const { return result_.out; }
+  const std::string& err() const { return result_.err; }
   void Signal(int number);
   // Closes our end of its standard output: its next write there fails.
   void CloseOutput();

@@ -34,6 +34,48 @@ TEST(UartOutput, FileThatCannotBeOpenedIsNamed) {
   EXPECT_EQ(run.exit_status, 255);
 }
 
+TEST(UartOutput, NeitherItNorAnotherOutputReplacesAnInputOfTheRun) {
+  OrvoBench bench;
+  const std::string image =
+      bench.directory().Write("app.bin", ReadFile(FirmwarePath("clocks.bin")));
+  std::filesystem::create_hard_link(image, bench.directory().path() / "link.bin");
+  bench.directory().Write("values.txt", "1\n");
+  bench.directory().Write("scenario.json", R"({"DataGenerators": [
+      {"id": 1, "type": "FILE", "config": {"path": "values.txt"}}]})");
+  bench.directory().Write("board.json", "{}");
+  struct Case {
+    std::vector<std::string> options;
+    const char* error;
+    const char* input;
+  };
+  for (const Case& test :
+       {Case{{"-u", "file:app.bin"},
+             "--uart_output would overwrite the firmware image: app.bin",
+             "app.bin"},
+        Case{{"-u", "file:./link.bin"},
+             "--uart_output would overwrite the firmware image",
+             "app.bin"},
+        Case{{"-u", "file:board.json"},
+             "--uart_output would overwrite the board: board.json",
+             "board.json"},
+        Case{{"-u", "file:values.txt"},
+             "--uart_output would overwrite a data file of the scenario: values.txt",
+             "values.txt"},
+        Case{{"--vcd", "scenario.json"}, "--vcd would overwrite the scenario", "scenario.json"},
+        Case{{"-o", "app.bin"}, "--output would overwrite the firmware image", "app.bin"},
+        Case{{"--trace-dest", "app.bin"},
+             "--trace-dest would overwrite the firmware image",
+             "app.bin"}}) {
+    const std::string before = bench.directory().Read(test.input);
+    std::vector<std::string> arguments{"-i", "app.bin", "-p", kFirmwareDone, "-k", "1"};
+    arguments.insert(arguments.end(), test.options.begin(), test.options.end());
+    const ProcessResult run = bench.Run(arguments);
+    EXPECT_EQ(run.exit_status, 255);
+    EXPECT_THAT(run.err, HasSubstr(test.error));
+    EXPECT_TRUE(bench.directory().Read(test.input) == before) << test.error;
+  }
+}
+
 TEST(UartOutput, FullDiskIsReportedOnceAndTheRunEnds) {
   const ProcessResult run = OrvoBench().Run({"-i", FirmwarePath("clocks.bin"), "-p", kFirmwareDone,
                                              "-k", "1", "--uart_output=file:/dev/full"});
@@ -69,6 +111,7 @@ TEST(StandardOutput, ClosedReaderEndsNeitherInASignalNorInAHang) {
   EXPECT_FALSE(run.timed_out);
   EXPECT_EQ(run.signal, 0);
   EXPECT_EQ(run.exit_status, 0) << run.err;
+  EXPECT_THAT(run.err, HasSubstr("UartHandlerBase: can't write to standard output: Broken pipe"));
 }
 
 }  // namespace

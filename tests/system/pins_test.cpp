@@ -35,7 +35,7 @@ constexpr char kBoard[] = R"({"components": [
     {"class": "Short", "name": "wire", "type": "Peripheral",
      "pins": {"pin0": "P0_0", "pin1": "P0_4"}},
     {"class": "ADG1404", "name": "switch", "type": "Peripheral", "config": {"pins": {
-     "pinS1": "vdd", "pinS2": "gnd", "pinS3": "VDD", "pinS4": "Gnd",
+     "pinS1": "vdd", "pinS2": "gnd", "pinS3": "P0_13", "pinS4": "Gnd",
      "pinA0": "P0_8", "pinA1": "P0_9", "pinEn": "P0_10", "pinOutput": "P0_12"}}}]})";
 
 TEST(Pins, FirmwareDrivesReadsSensesAndMeasuresThemToTheTick) {
@@ -54,7 +54,9 @@ TEST(Pins, FirmwareDrivesReadsSensesAndMeasuresThemToTheTick) {
             "interrupt pending: 0\n"
             "enabled none, 0, 1, 7: in 0, in 1, interrupt: 0 101 111 110\n"
             "late enable raises: 1\n"
-            "switched to 1, 2, 3, 4, off, 3: 1 0 1 0 0 1\n"
+            "short from its other side: 10\n"
+            "switched to 1, 2, 3, 4: 1 0 1 0\n"
+            "through the switch: on, off, on to 1, back: 10 0 1 10\n"
             "sense high, low, of an output high, low: interrupt, up, down: 110 101 0 0\n");
 
   // 64 ticks are a microsecond. The pulses of pin 0 as they arrive behind the short; then six
@@ -94,6 +96,14 @@ TEST(Pins, ALightWalksOverAllPinsInOneBatchAStepAndAnErrorLeavesTheWaveformsComp
 
 // --- A button from outside -----------------------------------------------------------------------
 
+void SetDevice(ControlClient& client, const std::string& name, const nlohmann::json& level) {
+  client.Send({{"type", "command"},
+               {"peripheral_type", "External"},
+               {"peripheral_name", name},
+               {"command", "press"},
+               {"pin_level", level}});
+}
+
 TEST(Pins, AButtonPressedFromOutsideInterruptsIsDebouncedAndWakesBySense) {
   OrvoBench bench;
   bench.directory().Write("board.json",
@@ -109,11 +119,7 @@ TEST(Pins, AButtonPressedFromOutsideInterruptsIsDebouncedAndWakesBySense) {
   };
   const auto press = [&](unsigned long after_us, int level) {
     RunFor(client, after_us * 1000);
-    client.Send({{"type", "command"},
-                 {"peripheral_type", "External"},
-                 {"peripheral_name", "button"},
-                 {"command", "press"},
-                 {"pin_level", level}});
+    SetDevice(client, "button", level);
   };
   press(10'000, 0);
   press(100, 1);
@@ -141,6 +147,25 @@ TEST(Pins, AButtonPressedFromOutsideInterruptsIsDebouncedAndWakesBySense) {
   EXPECT_THAT(Sigrok(bench, {"--show"}), HasSubstr("- button.in: logic\n"));
 }
 
+TEST(Pins, ASensorRestsHighAnswersEachCommandAndRefusesWhatIsNoLevel) {
+  OrvoBench bench;
+  bench.directory().Write("board.json", R"({"components": [
+      {"class": "AnalogSensor", "name": "sensor", "type": "Peripheral", "pins": {"in": 150}}]})");
+  ChildProcess process = bench.Start({"-i", FirmwarePath("button.bin"), "-w", "--vcd", "pins.vcd"});
+  ControlClient client(WaitForPort(bench));
+  client.Send({{"type", "handshake"}, {"api_version", "1"}});
+  ASSERT_FALSE(WaitForMessage(client, "stopped").is_null());
+  SetDevice(client, "sensor", 1);
+  EXPECT_EQ(client.Receive()["response"], "ok");
+  SetDevice(client, "sensor", 0);
+  EXPECT_EQ(client.Receive()["pin_number"], 150);
+  EXPECT_EQ(client.Receive()["response"], "ok");
+  SetDevice(client, "sensor", "low");
+  const ProcessResult run = process.Wait(kRunLimit);
+  EXPECT_THAT(run.err, HasSubstr("command: pin_level: expected a number, found a string"));
+  EXPECT_THAT(Sigrok(bench, {"--show"}), HasSubstr("- sensor.in: logic\n"));
+}
+
 TEST(Pins, WaveformsAreCompleteAfterSigint) {
   OrvoBench bench;
   ChildProcess process = bench.Start({"-i", FirmwarePath("button.bin"), "-u", "--vcd", "pins.vcd"});
@@ -160,6 +185,16 @@ TEST(Pins, AWaveformFileThatCannotBeOpenedOrWrittenIsReported) {
   const ProcessResult full = bench.RunFirmware("walking_light.bin", {"--vcd", "/dev/full"});
   EXPECT_EQ(full.exit_status, 0);
   EXPECT_THAT(full.err, HasSubstr("Warning: the waveforms are incomplete, /dev/full took no more"));
+}
+
+TEST(Pins, ASwitchThatDrivesItsOwnAddressEndsTheRun) {
+  OrvoBench bench;
+  bench.directory().Write("board.json", R"({"components": [{"class": "ADG1404", "name": "S",
+      "pins": {"pinS1": "vdd", "pinS2": "gnd", "pinS3": 1, "pinS4": 2, "pinA0": 20, "pinA1": "gnd",
+               "pinEn": "vdd", "pinOutput": 20}}]})");
+  const ProcessResult run = bench.RunFirmware("walking_light.bin");
+  EXPECT_EQ(run.exit_status, 255);
+  EXPECT_THAT(run.err, HasSubstr("The devices on wire 20 drive each other without end"));
 }
 
 // --- Two ports -----------------------------------------------------------------------------------

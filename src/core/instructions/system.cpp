@@ -36,8 +36,9 @@ void bkpt() {
 template <Form f>
 void wfe() {
   if (SkippedByCondition<f>()) return;
+  const unsigned here = registers_->pc();
   mcu_->WaitForEvent();
-  Advance<f>();
+  if (registers_->pc() == here) Advance<f>();  // not after a debugger's reset
 }
 
 // SEV

@@ -201,20 +201,30 @@ void UartHandler::set_TASKS_STARTTX(unsigned, unsigned) {
   MemorySection::set(EVENTS_TXSTARTED, kGenerated);
   bool interrupt = IsEnabled(kTxStarted);
   if (GetUarteMode() == Mode::kUarte) {
-    const unsigned address = MemorySection::get(TXD_PTR);
     const unsigned count = MemorySection::get(TXD_MAXCNT) & kCountMask;
-    uart_.HoldOutput();
-    for (unsigned n = 0; n < count; ++n) {
-      uart_.UartSend(mcu_->memory().getByte<false>(address + n), 1);
-      MemorySection::set(EVENTS_TXDRDY, kGenerated);
-      interrupt |= IsEnabled(kTxdrdy);
-    }
-    uart_.ReleaseOutput();
+    interrupt |= SendFromRam(MemorySection::get(TXD_PTR), count);
     MemorySection::set(TXD_AMOUNT, count);
     MemorySection::set(EVENTS_ENDTX, kGenerated);
     interrupt |= IsEnabled(kEndTx);
   }
   if (interrupt) RaiseInterrupt();
+}
+
+bool UartHandler::SendFromRam(unsigned address, unsigned count) {
+  bool interrupt = false;
+  uart_.HoldOutput();
+  try {
+    for (unsigned n = 0; n < count; ++n) {
+      uart_.UartSend(mcu_->memory().getByte<false>(address + n), 1);
+      MemorySection::set(EVENTS_TXDRDY, kGenerated);
+      interrupt |= IsEnabled(kTxdrdy);
+    }
+  } catch (...) {
+    uart_.ReleaseOutput();  // what was sent before is not lost
+    throw;
+  }
+  uart_.ReleaseOutput();
+  return interrupt;
 }
 
 void UartHandler::set_TASKS_STOPTX(unsigned, unsigned) {}

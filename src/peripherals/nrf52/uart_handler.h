@@ -100,6 +100,8 @@ class UartHandler : public Nrf52Handler<Nrf52UARTE>, public TickListener {
   unsigned long GetTicksPerBit();
   unsigned long GetTicksPerByte();
 
+  // Returns whether TXDRDY wants an interrupt.
+  bool SendFromRam(unsigned address, unsigned count);
   void DetachFromClock();
   // Raises it at the next service of the clock.
   void RaiseInterruptAtNextTick();

@@ -85,39 +85,6 @@ TEST_F(RegisterTraceTest, FloatsAreFixedWithSixPlaces) {
   }
 }
 
-TEST_F(RegisterTraceTest, PrintsALineWithNewline) {
-  RegisterTrace trace(0, nullptr);
-  EXPECT_EQ(Traced(trace, registers), LineOf(registers) + "\n");
-}
-
-TEST_F(RegisterTraceTest, EqualLinesOfARecordedRunPrintNothing) {
-  std::istringstream recorded(LineOf(registers) + "\n" + LineOf(registers) + "\n");
-  RegisterTrace trace(0, &recorded);
-  EXPECT_EQ(Traced(trace, registers), "");
-  EXPECT_EQ(Traced(trace, registers), "");
-  EXPECT_THROW(Traced(trace, registers), OrvoError) << "the recorded run is over";
-}
-
-TEST_F(RegisterTraceTest, DifferentLineIsAnErrorWithBothLines) {
-  Registers other = registers;
-  other.r(3) = 1;
-  std::istringstream recorded(LineOf(registers) + "\n");
-  RegisterTrace trace(0, &recorded);
-  try {
-    Traced(trace, other);
-    FAIL() << "the difference went unnoticed";
-  } catch (const OrvoError& error) {
-    EXPECT_EQ(error.message(),
-              "Mismatch log file:\r\n" + LineOf(registers) + "\r\n" + LineOf(other));
-  }
-}
-
-TEST_F(RegisterTraceTest, RecordedLineWithACarriageReturnDiffers) {
-  std::istringstream recorded(LineOf(registers) + "\r\n");
-  RegisterTrace trace(0, &recorded);
-  EXPECT_THROW(Traced(trace, registers), OrvoError);
-}
-
 TEST_F(RegisterTraceTest, ComparisonBeginsAtTheStartPc) {
   Registers start = registers;
   start.pc() = 0x400;

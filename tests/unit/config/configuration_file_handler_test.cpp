@@ -89,66 +89,12 @@ TEST(Networks, AreThoseOfTheWifiComponent) {
   EXPECT_FALSE(bench.board.IsSsidAndPassCorrect("attic", "c"));
 }
 
-// ---- Mistakes in the user's file, beyond tests/system/board_file_test.cpp ----
-
-// Asks everything that the system asks of a board.
-void LoadAndAsk(const std::string& board_json) {
-  BoardBench bench;
-  bench.Load(board_json);
-  TestMcu mcu;
-  mcu.memory().AddSection(new PlainSection(&mcu, "SUDO", 0xA0000000, 4096));
-  WireManager wires(nullptr, 200, false, false);
-  ConfigurationFileHandler& board = bench.board;
-  board.AggregatePeripheralsFromJson(&mcu, wires, board.GetInternalsPeripherals(),
-                                     ComponentKind::kInternal);
-  board.AggregatePeripheralsFromJson(&mcu, wires, board.GetComponents(), ComponentKind::kExternal);
-  board.GetConfigPins();
-  board.ConnectPeripheralsForNrf52(&mcu);
-}
-
-// A board with this one component, or with this configuration of the chip.
-std::string With(const std::string& component) { return "{\"components\": [" + component + "]}"; }
+// A board with this configuration of the chip.
 std::string WithConfig(const std::string& config) {
-  return With(R"({"class": "nrf52832", "config": {)" + config + "}}");
+  return R"({"components": [{"class": "nrf52832", "config": {)" + config + "}}]}";
 }
 
-TEST(BoardFiles, MistakesAreUserErrorsThatNameTheirPlace) {
-  const std::string config = "board.json: Mcu config.";
-  // clang-format off
-  const std::pair<std::string, std::string> mistakes[] = {
-      {With(R"({"class": "SUDO", "name": "a", "type": 1})"),  "board.json: component \"a\".type: expected a string, found 1"},
-      {With(R"({"name": "a"})"),                              "board.json: One of the fields \"class\" or \"file\" should be assigned for peripheral"},
-      {With(R"({"class": "Data RAM", "name": "a"})"),         "Unsupported peripheral: Data RAM"},
-      {With(R"({"class": "SDCard", "name": "a"})"),            "Peripheral class SDCard is known, but no model of it is built"},
-      {With(R"({"file": "a.so", "name": "a"})"),              "board.json: the plug-in a.so can't be loaded"},
-      {With(R"({"class": "nrf52832", "config": 7})"),         "board.json: components[0].config: expected an object, found 7"},
-      {WithConfig(R"("ram_size": "64k")"),                    config + "ram_size: expected an integer from -2147483648 to 2147483647, found a string"},
-      {WithConfig(R"("ram_size": 0.5)"),                      config + "ram_size: expected an integer"},
-      {WithConfig(R"("ram_size": 4294967296)"),               config + "ram_size: expected an integer"},
-      {WithConfig(R"("HSE": -1)"),                            config + "HSE: expected an integer from 0 to 4294967295, found -1"},
-      {WithConfig(R"("external_ram_size": "64k")"),           config + "external_ram_size: expected an integer"},
-      {WithConfig(R"("radio": "master")"),                    config + "radio: expected an object, found a string"},
-      {WithConfig(R"("load_ble_memory_values": 1)"),          config + "load_ble_memory_values: expected true or false"},
-      {WithConfig(R"("pins": [])"),                           config + "pins: expected an object, found an array"},
-      {WithConfig(R"("internal_peripherals": true)"),         "board.json: internal_peripherals: expected an array, found a boolean"},
-      {WithConfig(R"("internal_peripherals": [{"class": "Button", "name": "b"}])"), "Unsupported peripheral: Button"},
-      {WithConfig(R"("internal_peripherals": null)"),         "board.json: Mcu internal_peripherals not exists"},
-      {WithConfig(R"("load_ficr_regs": {})"),                 config + "load_ficr_regs: expected an array"},
-      {WithConfig(R"("load_temp_regs": [{"address": 0}])"),   config + "load_temp_regs[0]: the key \"value\" is missing"},
-      {WithConfig(R"("load_errate_regs": [{"address": "0x0", "value": 0}])"), config + "load_errate_regs[0].address: expected an integer"},
-      {WithConfig(R"("ficr": {"mac_address": "12:34:56:78:9a"})"),
-       config + "ficr.mac_address: expected six pairs of hexadecimal digits with colons between, found a string"},
-      {R"({"DataGenerators": 7})",                            "board.json: DataGenerators: expected an array, found 7"},
-      {R"({"DataGenerators": [{"id": 1}]})",                  "Missing 'type' key in data generator. Please check your scenario.json file"},
-      {R"({"DataGenerators": [{"id": "1", "type": "SIN"}]})", "board.json: DataGenerators[0].id: expected an integer"}};
-  // clang-format on
-  for (const auto& [board_json, message] : mistakes) {
-    EXPECT_THAT(ErrorOf([&] { LoadAndAsk(board_json); }), StartsWith("UserError: " + message));
-  }
-  BoardBench bench;
-  std::filesystem::create_directory("board.json");
-  EXPECT_THAT(ErrorOf([&] { bench.Load(); }), StartsWith("UserError: board.json: "));
-}
+// ---- Boards that lack something; other mistakes: tests/system/board_file_test.cpp ----
 
 TEST(BoardFiles, IncompleteBoardsSayWhatIsMissing) {
   for (const auto& [default_board, missing] :

@@ -2,12 +2,12 @@
 // thread.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "config/configuration_file_handler.h"
 #include "control/connection_manager.h"
@@ -18,21 +18,19 @@
 
 namespace orvo {
 
-// Waits up to ten seconds for what another thread does.
+// Waits up to 30 s for what another thread does.
 inline bool WaitUntil(const std::function<bool()>& condition) {
-  for (int i = 0; i < 10'000; ++i) {
+  for (int i = 0; i < 30'000; ++i) {
     if (condition()) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return false;
 }
 
-// Holds the exit codes with which the run was to end; to be read when the thread that may end it is
-// gone.
+// Learns that the run was to end.
 struct TerminateRecorder {
-  std::vector<int> codes;
-  Connection<int> connection{OrvoSignals::Get().terminate,
-                             [this](int code) { codes.push_back(code); }};
+  std::atomic<bool> ended{false};
+  Connection<int> connection{OrvoSignals::Get().terminate, [this](int) { ended = true; }};
 };
 
 struct ControlBench {

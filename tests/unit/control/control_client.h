@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -16,16 +17,19 @@ namespace orvo {
 
 class ControlClient {
  public:
-  explicit ControlClient(unsigned short port) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+  explicit ControlClient(unsigned short port, const char* host = "127.0.0.1")
+      : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    inet_pton(AF_INET, host, &address.sin_addr);
+    const int on = 1;  // what follows a first packet comes at once
+    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
     connected_ = connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
   }
   ControlClient(const ControlClient&) = delete;
   ControlClient& operator=(const ControlClient&) = delete;
-  ~ControlClient() { close(socket_); }
+  ~ControlClient() { Close(); }
 
   bool connected() const { return connected_; }
   void SendBytes(const std::string& bytes) {
@@ -38,16 +42,20 @@ class ControlClient {
     return frame + text;
   }
   void Send(const nlohmann::json& message) { SendBytes(Frame(message.dump())); }
+  void Close() {
+    if (socket_ >= 0) close(socket_);
+    socket_ = -1;
+  }
   // No more from this side; the other goes on.
   void EndSending() { shutdown(socket_, SHUT_WR); }
 
-  // Exactly that many bytes, fewer at the end of the stream or after ten seconds without any.
+  // Exactly that many bytes, fewer at the end of the stream or after 30 s without any.
   std::string ReceiveBytes(size_t count) {
     std::string bytes;
     char buffer[65536];
     while (bytes.size() < count) {
       pollfd ready{socket_, POLLIN, 0};
-      if (poll(&ready, 1, 10'000) < 1) break;
+      if (poll(&ready, 1, 30'000) < 1) break;
       const long got = recv(socket_, buffer, std::min(sizeof(buffer), count - bytes.size()), 0);
       if (got < 1) break;
       bytes.append(buffer, got);

@@ -14,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-// Each pause lasts one poll interval of 100 ms of host time at least.
+// A pause that nothing wakes looks after 100 ms of host time.
 struct McuPauseTest : testing::Test {
   // The connection isn't told of the chip, so that the handshake doesn't pause it.
   McuPauseTest() {
@@ -90,22 +90,33 @@ TEST_F(McuPauseTest, APauseThatIsResumedBeforeItsStepAnswersBothCommands) {
   ExpectMessages({kPaused, kStopped, kResumedResponse, kResumedEvent});
 }
 
-TEST_F(McuPauseTest, APauseCommandWhilePausedIsAnsweredAtOnce) {
-  Action again([this] {
+// Before the pause is taken, and while it stands.
+TEST_F(McuPauseTest, PausesAndResumesOfOneTickAreEachAnsweredInTheirOrder) {
+  const auto pairs = [this] {
+    for (int i = 0; i < 3; ++i) {
+      mcu.PauseCommand(true);
+      mcu.Resume(true);
+    }
+    mcu.Resume(true);
     mcu.PauseCommand(true);
-    mcu.PauseCommand(false);
-    mcu.Resume(false);
-  });
-  mcu.PauseCommand(false);
+  };
+  Action again(pairs), resume([this] { mcu.Resume(true); });
+  pairs();
   Behind(&again);
+  Behind(&resume);
   Step();
-  ExpectMessages({kStopped, kPaused, kResumedEvent});
-}
-
-TEST_F(McuPauseTest, ResumingARunningChipIsAnsweredAtOnce) {
-  mcu.Resume(true);
-  mcu.Resume(false);
-  ExpectMessages({kResumedResponse, kResumedEvent, kResumedEvent});
+  EXPECT_FALSE(mcu.IsPauseState());
+  std::vector<json> messages;
+  for (int i = 0; i < 3; ++i) {
+    messages.insert(messages.end(), {kPaused, kStopped, kResumedResponse, kResumedEvent});
+  }
+  messages.insert(messages.end(), {kResumedResponse, kResumedEvent, kPaused, kStopped});
+  // It stands already: the first pause is answered at once, the rest as before.
+  std::vector<json> standing(messages.begin() + 4, messages.end());
+  messages.insert(messages.end(), {kPaused, kResumedResponse, kResumedEvent});
+  messages.insert(messages.end(), standing.begin(), standing.end());
+  messages.insert(messages.end(), {kResumedResponse, kResumedEvent});
+  ExpectMessages(messages);
 }
 
 TEST_F(McuPauseTest, BkptReportsItsValueAndPausesOnceHoweverOftenItIsMet) {
@@ -149,7 +160,7 @@ TEST_F(McuPauseTest, AnInternalResumeLeavesThePauseThatACommandAskedFor) {
   Behind(&internal);
   Behind(&resume);
   Step();
-  ExpectMessages({kStopped, kResumedResponse, kResumedEvent});
+  ExpectMessages({kStopped, kResumedResponse, kResumedResponse, kResumedEvent});
 }
 
 // Also for the thread sanitiser: no request may be lost between two pauses.

@@ -12,8 +12,9 @@ namespace {
 struct FlashBench {
   explicit FlashBench(const char* config, unsigned flash_bytes = 0x81000) {
     ISingelton<ConfigurationFileHandler>::ReleaseInstance();
-    ConfigurationFileHandler::Get().AddComponent(
-        {{"class", "nrf52832"}, {"config", nlohmann::json::parse(config)}});
+    const nlohmann::json component{{"class", "nrf52832"},
+                                   {"config", nlohmann::json::parse(config)}};
+    ConfigurationFileHandler::Get().AddComponent(JsonPlace(component, "board.json"));
     mcu.memory().GetSectionByName("Flash")->Resize(flash_bytes);
   }
   ~FlashBench() { ISingelton<ConfigurationFileHandler>::ReleaseInstance(); }

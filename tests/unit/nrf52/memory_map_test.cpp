@@ -236,9 +236,10 @@ TEST(Nrf52, StartRefusesSizesThatReachIntoTheNextSection) {
   for (const auto& [key, next] : {std::pair{"ram_size", "POWER_CLOCK at 0x40000000"},
                                   {"external_ram_size", "SUDO at 0xa0000000"}}) {
     ISingelton<ConfigurationFileHandler>::ReleaseInstance();
-    ConfigurationFileHandler::Get().AddComponent(
-        {{"class", "nrf52832"},
-         {"config", {{key, 2147483647}, {"pins", nlohmann::json::object()}}}});
+    const nlohmann::json component{
+        {"class", "nrf52832"},
+        {"config", {{key, 2147483647}, {"pins", nlohmann::json::object()}}}};
+    ConfigurationFileHandler::Get().AddComponent(JsonPlace(component, "board.json"));
     ScenarioFileHandler scenario;
     WireManager wires(nullptr, 200, false, true);
     Nrf52832 mcu(scenario, &wires, nullptr);
@@ -264,8 +265,9 @@ TEST(Nrf52, StartGivesExternalRamTheSizeOfTheBoard) {
       {R"({"pins": {}, "external_ram_size": 4096})", 4096}};
   for (const Case& test : cases) {
     ISingelton<ConfigurationFileHandler>::ReleaseInstance();
-    ConfigurationFileHandler::Get().AddComponent(
-        {{"class", "nrf52832"}, {"config", nlohmann::json::parse(test.config)}});
+    const nlohmann::json component{{"class", "nrf52832"},
+                                   {"config", nlohmann::json::parse(test.config)}};
+    ConfigurationFileHandler::Get().AddComponent(JsonPlace(component, "board.json"));
     ScenarioFileHandler scenario;
     WireManager wires(nullptr, 200, false, true);
     Nrf52832 mcu(scenario, &wires, nullptr);

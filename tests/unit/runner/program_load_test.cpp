@@ -79,15 +79,5 @@ TEST_F(ProgramLoad, StackPointerOutsideOfRamIsAWarning) {
   }
 }
 
-TEST_F(ProgramLoad, DebuggerIsRefusedAndCoverageIsSaidToBeMissing) {
-  args.code_coverage = true;
-  EXPECT_THAT(WarningsOfRun(Image(kCounter)),
-              HasSubstr("In order to see code coverage report, load your elf file."));
-  directory.Write("program.elf", "x");
-  EXPECT_THAT(WarningsOfRun(Image(kCounter)), HasSubstr("code coverage is not built in"));
-  args.gdb = true;
-  EXPECT_THAT(ErrorOf([this] { program->Run(); }), HasSubstr("The GDB server is not built in"));
-}
-
 }  // namespace
 }  // namespace orvo

@@ -6,8 +6,6 @@
 
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <string>
-#include <tuple>
 #include <vector>
 
 #include "runner/errors.h"
@@ -18,7 +16,6 @@ namespace orvo {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class TestPort : public GPIOBase {
  public:
@@ -59,44 +56,28 @@ struct Chip {
   }
 };
 
-TEST(GPIOBase, PinsOfThePortGetTheirWiresAndNames) {
-  Chip chip;
-  EXPECT_EQ(chip.port->pin_manager().GetWire(1), 31u);
-  EXPECT_EQ(chip.port->pin_manager().GetWire(2), 32u);
-  EXPECT_EQ(chip.port->pin_manager().GetWire(3), 0u);
-  EXPECT_EQ(chip.board.Pin2Wire("A2"), 32u);
-  EXPECT_THROW(chip.board.Pin2Wire("B1"), UserError);
-}
-
-TEST(GPIOBase, InternalWireFollowsDirectionAndFunction) {
-  Chip chip;
-  const auto& inside = chip.port->internal_gpio();
-  for (const auto& [direction, function, wire] : {std::tuple{kPinAlternateFunction, 7u, 103u},
-                                                  {kPinAlternateFunction, 6u, ~0u},
-                                                  {kPinOutput, 7u, ~0u},
-                                                  {kPinAnalog, 7u, ~0u},
-                                                  {kPinInput, 7u, ~0u}}) {
-    chip.Choose(1, direction, function);
-    EXPECT_EQ(inside.GetInternalWireNumber(1), wire) << direction << " " << function;
-  }
-}
-
 TEST(GPIOBase, DataCrossesThePinBothWaysWhileItsFunctionIsChosen) {
   Chip chip;
+  EXPECT_EQ(chip.board.Pin2Wire("A2"), 32u);
+  EXPECT_THROW(chip.board.Pin2Wire("B1"), UserError);
+  EXPECT_EQ(chip.port->pin_manager().GetWire(3), 0u);
   DataListener peripheral, device;
   chip.internal.ConnectToWireData(&peripheral, 103, 103);
   chip.board.ConnectToWireData(&device, 31, 31);
-  const auto exchange = [&](const std::string& sign) {
-    const std::vector<unsigned char> out{'o', static_cast<unsigned char>(sign[0])};
-    const std::vector<unsigned char> in{'i', static_cast<unsigned char>(sign[0])};
-    chip.internal.SendDataOverWire(103, 103, out, &peripheral);
-    chip.board.SendDataOverWire(31, 31, in, &device);
+  const auto exchange = [&](unsigned char sign) {
+    chip.internal.SendDataOverWire(103, 103, {'o', sign}, &peripheral);
+    chip.board.SendDataOverWire(31, 31, {'i', sign}, &device);
   };
-  exchange("1");
+  exchange('1');
   chip.Choose(1, kPinAlternateFunction, 7);
-  exchange("2");
+  exchange('2');
   chip.Choose(1, kPinAlternateFunction, 6);
-  exchange("3");
+  exchange('3');
+  chip.Choose(1, kPinOutput, 7);
+  exchange('4');
+  chip.Choose(1, kPinAlternateFunction, 7);
+  chip.port.reset();
+  exchange('5');
   EXPECT_THAT(device.heard(), ElementsAre("wire31.pin31=o2"));
   EXPECT_THAT(peripheral.heard(), ElementsAre("wire103.pin103=i2"));
 }
@@ -115,34 +96,6 @@ TEST(GPIOBase, LevelsCrossThePinBothWaysWhileItsFunctionIsChosen) {
   chip.internal.SetWireLevel(60, false, 60, false, &timer, false);
   EXPECT_TRUE(chip.board.GetWireLevel(32));
   EXPECT_TRUE(chip.port->internal_gpio().GetInternalWireLevel(2));
-}
-
-TEST(GPIOBase, LeavesTheWiresWhenItGoes) {
-  Chip chip;
-  chip.Choose(1, kPinAlternateFunction, 7);
-  for (unsigned pin = 0; pin < 8; ++pin) {
-    chip.port->pin_manager().DetachFromPinLogicState(chip.port.get(), pin);
-  }
-  chip.port.reset();
-  const std::vector<unsigned char> byte{'x'};
-  chip.internal.SendDataOverWire(103, 0, byte, nullptr);
-  chip.board.SendDataOverWire(31, 0, byte, nullptr);
-  chip.board.SendDataOverWire(0, 0, byte, nullptr);
-}
-
-TEST(GPIOBase, RefusesABoardWithAWrongPinNumber) {
-  for (const char* pins : {R"({"A8": 1})", R"({"A": 1})", R"({"A1x": 1})", R"({"A-1": 1})",
-                           R"({"A1": 1, "A01": 2})", R"({"A1": null})"}) {
-    const BoardPins table(nlohmann::json::parse(pins));
-    WireManager internal(nullptr, 200, false, true), board(nullptr, 200, false, false);
-    const PinMux mux;
-    try {
-      TestPort port("GPIOA", internal, &board, nullptr, 8, kPinInput, &mux);
-      ADD_FAILURE() << pins;
-    } catch (const UserError& error) {
-      EXPECT_THAT(error.message(), HasSubstr("Mcu config.pins.A")) << pins;
-    }
-  }
 }
 
 }  // namespace

@@ -1,10 +1,8 @@
 // A UART on a small chip: RX on wire 8, TX on wire 6, 64 MHz.
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "runner/errors.h"
@@ -39,22 +37,11 @@ struct UartBench {
     while (!uart.IsBufferEmpty() && uart.GetByte(&byte)) taken += static_cast<char>(byte);
     return taken;
   }
-  // Lets time pass until the text has come in from another thread; false if it doesn't.
-  bool Receives(const std::string& text) {
-    std::string taken;
-    for (int n = 0; n < 10'000 && taken.size() < text.size(); ++n) {
-      Advance(2 * kWordTicks);
-      taken += TakeVisible();
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return taken == text;
-  }
-  void Option(const std::string& uart_output, bool pty = false) {
+  void Option(const std::string& uart_output) {
     ArgsManager args;
     args.uart_output_given = true;
     args.uart_output = uart_output;
     args.SetOutputType(uart_output);
-    args.pty = pty;
     uart.onArgsManager(args);
   }
 

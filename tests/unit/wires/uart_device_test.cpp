@@ -37,18 +37,14 @@ struct FarEnd {
 };
 
 TEST(UARTDevice, WritesToTheChipUnlessCtsIsHigh) {
-  FarEnd end(true);
+  FarEnd end(true), uncontrolled(false);
   end.wires.SetWireLevel(kCts, true, 0, false, nullptr, false);
   EXPECT_EQ(end.device.Write("no", 2), 0u);
   end.wires.SetWireLevel(kCts, false, 0, false, nullptr, false);
   EXPECT_EQ(end.device.Write("yes", 3), 3u);
   EXPECT_THAT(end.chip.heard(), ElementsAre("wire21.pin21=yes"));
-}
-
-TEST(UARTDevice, IgnoresCtsWithoutFlowControl) {
-  FarEnd end(false);
-  EXPECT_TRUE(end.wires.GetWireLevel(kCts));
-  EXPECT_EQ(end.device.Write("yes", 3), 3u);
+  EXPECT_TRUE(uncontrolled.wires.GetWireLevel(kCts));
+  EXPECT_EQ(uncontrolled.device.Write("yes", 3), 3u);
 }
 
 TEST(UARTDevice, RtsIsLowUntilAReadIsServed) {

@@ -1,9 +1,8 @@
-// The queue and its pacing, wires and commands. The ends on the host: uart_output_test.cpp.
+// The queue and its pacing, and wires. The ends on the host: tests/system/uart_test.cpp.
 #include "wires/uart_handler_base.h"
 
 #include <gmock/gmock.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -39,29 +38,20 @@ TEST(UartHandlerBase, LateBlockQueuesBehindTheBytesOnTheLine) {
   EXPECT_EQ(bench.TakeVisible(), "bc");
 }
 
-struct SpeedCase {
-  unsigned baud, word_length_bits;
-  unsigned long nanoseconds_per_word;
-};
-
-std::ostream& operator<<(std::ostream& out, const SpeedCase& c) {
-  return out << c.baud << " bit/s, " << c.word_length_bits << " bits";
+TEST(UartHandlerBase, ItsSpeedIsWordLengthInBitTimes) {
+  struct SpeedCase {
+    unsigned baud, word_length_bits;
+    unsigned long nanoseconds_per_word;
+  };
+  for (const SpeedCase& c :
+       {SpeedCase{115200, 10, 86805}, SpeedCase{9600, 10, 1041666}, SpeedCase{115200, 11, 95486},
+        SpeedCase{1, 10, 10'000'000'000}, SpeedCase{0, 10, 86805}}) {
+    UartBench bench;
+    bench.uart.SetBaudRate(c.baud);
+    bench.uart.SetWordLength(c.word_length_bits);
+    EXPECT_EQ(bench.uart.nanoseconds_per_word(), c.nanoseconds_per_word) << c.baud;
+  }
 }
-
-class UartSpeed : public testing::TestWithParam<SpeedCase> {};
-
-TEST_P(UartSpeed, IsWordLengthInBitTimes) {
-  UartBench bench;
-  bench.uart.SetBaudRate(GetParam().baud);
-  bench.uart.SetWordLength(GetParam().word_length_bits);
-  EXPECT_EQ(bench.uart.nanoseconds_per_word(), GetParam().nanoseconds_per_word);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, UartSpeed,
-                         testing::Values(SpeedCase{115200, 10, 86805}, SpeedCase{9600, 10, 1041666},
-                                         SpeedCase{115200, 11, 95486},
-                                         SpeedCase{1, 10, 10'000'000'000},
-                                         SpeedCase{0, 10, 86805}));
 
 TEST(UartHandlerBase, ChangeOfTheClockKeepsTheSpeedOfTheLine) {
   UartBench bench;
@@ -171,37 +161,6 @@ TEST(UartHandlerBase, LeavesItsWireWhenItGoes) {
   }
   bench.SendOverWire(9, "x");
   bench.Advance(2 * UartBench::kWordTicks);
-}
-
-// --- Control connection ------------------------------------------------------------------------
-
-TEST(UartHandlerBase, TakesBytesFromTheControlConnection) {
-  UartBench bench;
-  for (const unsigned value : {0x41u, 0u, 0xffu}) {
-    bench.uart.WriteJsonMessage({{"command", "write_uart_data"}, {"value", value}});
-  }
-  bench.Advance(3 * UartBench::kWordTicks);
-  EXPECT_EQ(bench.TakeVisible(), std::string("A\0\xff", 3));
-}
-
-TEST(UartHandlerBase, RefusesOtherMessages) {
-  UartBench bench;
-  EXPECT_EQ(MessageOf([&] {
-              bench.uart.WriteJsonMessage({{"command", "read"}});
-            }),
-            "Unknown command type: read in Uart");
-  EXPECT_THROW(bench.uart.WriteJsonMessage({{"command", 5}}), nlohmann::json::type_error);
-  EXPECT_THROW(bench.uart.WriteJsonMessage({{"command", "write_uart_data"}, {"value", "A"}}),
-               nlohmann::json::type_error);
-}
-
-TEST(UartHandlerBase, BuildsNoEventsWhileNobodyHears) {
-  UartBench bench;
-  unsigned events = 0;
-  const Connection<const nlohmann::json&> listener(OrvoSignals::Get().send_json_event,
-                                                   [&](const nlohmann::json&) { ++events; });
-  bench.Send("x");
-  EXPECT_EQ(events, 0u);
 }
 
 }  // namespace
