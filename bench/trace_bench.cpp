@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <vector>
 
 #include "analysis/register_trace.h"
 #include "core/registers.h"
@@ -17,8 +18,9 @@ void RegisterTraceLine(benchmark::State& state) {
   const auto changing_floats = static_cast<unsigned>(state.range(0));
   char path[] = "/tmp/orvo-trace-XXXXXX";
   ::close(::mkstemp(path));
+  std::vector<char> buffer(65536);  // ArgsManager::trace_buffer
   std::ofstream file;
-  file.rdbuf()->pubsetbuf(nullptr, 0);
+  file.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
   file.open(path, std::ios::trunc);
   Registers registers;
   registers.init(0x400, 0x20010000);

@@ -137,7 +137,9 @@ static void errors(void) {
     prepare_master(kWrites[i].address, "ab", 0);
     SERIAL_EVENTS_STOPPED(0) = 0;
     const unsigned long ticks = ticks_until(&SERIAL_TASKS_STARTTX(0), &SERIAL_EVENTS_ERROR(0));
-    printf("%s: error after %lu, source %lu\n", kWrites[i].name, ticks,
+    const unsigned long source = SERIAL_ERRORSRC(0);
+    SERIAL_ERRORSRC(0) = source;
+    printf("%s: error after %lu, source %lu, cleared to %lu\n", kWrites[i].name, ticks, source,
            (unsigned long)SERIAL_ERRORSRC(0));
     wait_for(&SERIAL_EVENTS_STOPPED(0));
   }

@@ -62,13 +62,17 @@ class Board:
         orvo. `uart` names the UART of `board.uart`, the chip's first unless told otherwise.
         `host_timeout`, in seconds, is no measure of the test: it ends a wait for a simulator that
         hangs; None waits for ever, for work with a debugger. Raises SimulatorError or
-        SimulatorExited if the run can't start.
+        SimulatorExited if the run can't start, FileNotFoundError if there is no such directory.
         """
+        if isinstance(arguments, str):
+            raise TypeError("arguments is a list of words, such as ['--vcd', 'pins.vcd']")
         self._temporary: Optional[tempfile.TemporaryDirectory[str]] = None
         if directory is None:
             self._temporary = tempfile.TemporaryDirectory(prefix="zandor-")
             directory = self._temporary.name
         self.directory = Path(directory).absolute()
+        if not self.directory.is_dir():
+            raise FileNotFoundError(f"no directory {self.directory}")
         self.mcu = _ALIASES.get(mcu.lower(), mcu.lower())
         self._process: Optional[OrvoProcess] = None
         self._connection: Optional[Connection] = None
@@ -114,6 +118,8 @@ class Board:
                 self._connection.close()
         finally:
             if self._temporary is not None:
+                if self._process is not None:
+                    self._process.keep_output()
                 self._temporary.cleanup()
 
     def __enter__(self) -> "Board":

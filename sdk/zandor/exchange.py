@@ -115,6 +115,8 @@ class Exchange:
 
     def _end_of_run(self) -> ZandorError:
         self.ended = True
+        if self._process.closed and not self.errors:
+            return ZandorError("the board is closed")
         if self._process.wait(self._host_timeout) is None:
             return SimulatorHung("orvo closed the connection and does not end")
         return self.errors[-1] if self.errors else self._process.exited()

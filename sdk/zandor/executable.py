@@ -29,5 +29,7 @@ def find_executable(given: Optional[Union[str, "os.PathLike[str]"]] = None) -> P
     if in_path is not None:
         return Path(in_path).absolute()
     raise ExecutableNotFound(
-        f"no orvo in {', '.join(str(_TREE / place) for place in _PLACES)} or PATH"
+        "no orvo in PATH, nor in "
+        + ", ".join(str(_TREE / place) for place in _PLACES)
+        + "; executable= of Board names it, or --orvo= of pytest"
     )

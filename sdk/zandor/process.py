@@ -11,7 +11,7 @@ import re
 import subprocess
 import time
 from pathlib import Path
-from typing import IO, Optional, Sequence
+from typing import IO, Dict, Optional, Sequence
 
 from .connection import LOOPBACK
 from .errors import SimulatorExited, SimulatorHung
@@ -42,6 +42,9 @@ class OrvoProcess:
         self._port_file.unlink(missing_ok=True)
         self._output_file = files / "stdout.txt"
         self._error_file = files / "stderr.txt"
+        self._kept: Dict[Path, str] = {}
+        self.closed = False
+        """Whether close() was called."""
         self.command = [str(executable), "--sdk-port", "0", *LISTEN, "-w", *arguments]
         with open(self._output_file, "wb") as out, open(self._error_file, "wb") as err:
             self._process = subprocess.Popen(
@@ -98,20 +101,31 @@ class OrvoProcess:
 
     def output_text(self) -> str:
         """What it wrote to standard output so far."""
-        return self._output_file.read_text(errors="replace")
+        return self._read(self._output_file)
 
     def error_text(self, last_lines: Optional[int] = None) -> str:
         """What it wrote to its error stream so far, without colours, blank lines and the place of
         its board files."""
-        text = _COLOUR.sub("", self._error_file.read_text(errors="replace"))
+        text = _COLOUR.sub("", self._read(self._error_file))
         lines = [line.strip() for line in text.splitlines() if line.strip()]
         if lines and lines[0].endswith("/sdk/"):
             del lines[0]  # where it found its board files
         return "\n".join(lines if last_lines is None else lines[-last_lines:])
 
+    def keep_output(self) -> None:
+        """Before the directory goes: keeps what it wrote."""
+        self._kept = {file: self._read(file) for file in (self._output_file, self._error_file)}
+
+    def _read(self, file: Path) -> str:
+        try:
+            return self._kept.get(file) or file.read_text(errors="replace")
+        except FileNotFoundError:
+            return ""  # the directory has gone
+
     def close(self, grace: float) -> None:
         """Ends the process: by itself within `grace` seconds, else by signals. May be called
         again."""
+        self.closed = True
         try:
             if self.wait(grace) is None:
                 self._process.terminate()

@@ -14,12 +14,14 @@ has that too with `junit_logging`, and with `junit_family = xunit1` the virtual 
 
 from __future__ import annotations
 
+from contextlib import suppress
 from pathlib import Path
 from typing import Any, Dict, Generator, Iterator, Optional
 
 import pytest
 
 from .board import Board
+from .errors import ZandorError
 
 _SETTINGS = {
     "orvo": "the simulator's executable",
@@ -74,6 +76,8 @@ def _board_arguments(node: pytest.Item) -> Dict[str, Any]:
         "mcu": _setting(node.config, "orvo_mcu", is_path=False),
     }
     for marker in reversed(list(node.iter_markers("board"))):
+        if marker.args:
+            pytest.fail(f"the marker board takes names: image={marker.args[0]!r}, say", False)
         settings.update(marker.kwargs)
         for name in ("image", "directory"):
             if name in marker.kwargs:
@@ -86,7 +90,13 @@ def board(request: pytest.FixtureRequest, tmp_path: Path) -> Iterator[Board]:
     """A board that stands at tick 0. Ended after the test, whatever happened in it."""
     arguments = _board_arguments(request.node)
     if "image" not in arguments:
-        pytest.fail("no image: --orvo-image, orvo_image or @pytest.mark.board(image=...)", False)
+        ini = request.config.inipath
+        pytest.fail(
+            "no image: --orvo-image=..., orvo_image in the ini file, or "
+            f"@pytest.mark.board(image=...). The ini file is {ini or 'missing'}: options with a "
+            "space in place of = may keep pytest from it",
+            False,
+        )
     run_directory = tmp_path / "board"
     run_directory.mkdir()
     source = arguments.pop("directory", None)
@@ -97,9 +107,10 @@ def board(request: pytest.FixtureRequest, tmp_path: Path) -> Iterator[Board]:
         yield under_test
         # The other families have no properties of a test case.
         has_properties = request.config.getini("junit_family") in ("legacy", "xunit1")
-        if has_properties and not under_test.ended and not under_test.running:
-            now_ns = under_test.get_device_time()
-            request.node.user_properties.append(("device_time_ns", now_ns))
+        with suppress(ZandorError):  # closed by the test, or ended
+            if has_properties and not under_test.running:
+                now_ns = under_test.get_device_time()
+                request.node.user_properties.append(("device_time_ns", now_ns))
 
 
 @pytest.hookimpl(hookwrapper=True)

@@ -16,6 +16,11 @@ _Find = Callable[[], Optional[int]]
 _SHOWN = 400
 
 
+def _bytes(data: Union[str, bytes]) -> bytes:
+    # Not bytes(data): a number would become as many zeros.
+    return data.encode() if isinstance(data, str) else bytes(memoryview(data))
+
+
 class Uart:
     """What firmware sends, and a way to send to it.
 
@@ -64,14 +69,15 @@ class Uart:
         """
         if isinstance(text, re.Pattern):
             return self._expect(text, self._pattern(), partial(self._find_pattern, text), timeout)
-        wanted = text.encode() if isinstance(text, str) else bytes(text)
+        wanted = _bytes(text)
         if not wanted:
             raise ValueError("an empty text is no expectation")
         pattern = self._pattern(value=wanted[-1])
         return self._expect(text, pattern, partial(self._find_bytes, wanted), timeout)
 
-    def match(self, pattern: Pattern[str], timeout: float = 1.0) -> Match[str]:
-        """Like `expect`, and returns the match with its groups."""
+    def match(self, pattern: Union[str, Pattern[str]], timeout: float = 1.0) -> Match[str]:
+        """Like `expect` of a regular expression, and returns the match with its groups."""
+        pattern = re.compile(pattern)
         match = pattern.search(self.expect(pattern, timeout))
         assert match is not None
         return match
@@ -79,8 +85,7 @@ class Uart:
     def write(self, data: Union[str, bytes]) -> None:
         """Sends to the firmware, at the speed of the line: the first byte arrives when the chip has
         run for the length of one."""
-        raw = data.encode() if isinstance(data, str) else bytes(data)
-        keys = ({"value": byte} for byte in raw)
+        keys = ({"value": byte} for byte in _bytes(data))
         exchange = self._session.exchange
         exchange.order(exchange.chip, self.name, "write_uart_data", *keys)
 

@@ -37,7 +37,8 @@ void WarnAboutUnknownWords(const std::string& trace) {
 void WarnAboutIdleOptions(const ArgsManager& args) {
   const bool regs = Contains(args.trace, "regs");
   const bool functions = Contains(args.trace, "functions");
-  const bool stops = args.pc_pos != 0xffffffff && args.times != 0;
+  const bool stop_point = args.pc_pos != 0xffffffff;
+  const bool stops = stop_point && args.times != 0;
   const struct {
     bool idle;
     const char* text;
@@ -50,6 +51,9 @@ void WarnAboutIdleOptions(const ArgsManager& args) {
        "--start-pc has no effect without -t regs and -d/--input-dump"},
       {args.start_tick != 0 && !regs && args.capstone == 0,
        "--start-tick has no effect without -t regs or -c"},
+      {stop_point && args.times == 0, "-p/--pc_pos stops nothing without -k"},
+      {args.times != 0 && !stop_point, "-k/--times stops nothing without -p"},
+      {stops && args.pc_pos % 2 != 0, "no instruction begins at the odd address of -p/--pc_pos"},
       {args.output != "/dev/null" && !stops,
        "-o/--output writes no dump without the stop point of -p and -k"},
       {args.gdb_port != 5555 && !args.gdb, "--gdb-port has no effect without -g/--gdb"},

@@ -1,4 +1,4 @@
-// Options of traces, dumps and coverage that do nothing as they were combined: the user should hear
+// Options of traces, dumps, stop point and debugger that do nothing as they were combined: the user should hear
 // of that.
 #pragma once
 

@@ -25,6 +25,7 @@ void CheckKeys(const JsonPlace& component) {
   for (const char* key : {"config", "generators", "pins"}) {
     if (component.Has(key)) component[key].Object();
   }
+  component.WarnOfOtherKeys({"class", "file", "name", "type", "config", "generators", "pins"});
   if (!component.Has("type")) return;
   const JsonPlace type = component["type"];
   const std::string lower_case = LowerCase(type.String());
@@ -144,10 +145,15 @@ std::map<std::string, Peripheral*> ConfigurationFileHandler::AggregatePeripheral
       if (problems_ == nullptr) throw;
       component.Report(error.message());
     }
-    // Without a name and with a class: that was reported when the file was read.
-    if (problems_ != nullptr && !component.Has("name") && component.Has("class")) continue;
+    // When the file was read, devices of a class without a name were reported, and names used
+    // twice.
+    const bool external = kind == ComponentKind::kExternal;
+    if (!component.Has("name")) {
+      if (problems_ == nullptr || !external || !component.Has("class")) component["name"].String();
+      continue;
+    }
     const JsonPlace name = component["name"];
-    const bool reported = kind == ComponentKind::kExternal && names_.contains(name.String());
+    const bool reported = external && names_.contains(name.String());
     if (!peripherals.emplace(name.String(), peripheral).second && !reported) ReportDuplicate(name);
   }
   return peripherals;

@@ -44,6 +44,7 @@ void ConfigurationFileHandler::InitConfigFromBoardDotJson(const std::string& fil
   const JsonPlace root(board, file, "", problems_);
   if (root.HasProblems() && board.is_null()) return;  // can't be read at all
   root.Object();
+  root.WarnOfOtherKeys({"components", "DataGenerators"});
   InitComponents(root);
   InitDataGenerators(root, scenario);
 }

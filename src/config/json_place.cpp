@@ -1,9 +1,11 @@
 // Typed reading of JSON documents, and of the files that hold them.
 #include "config/json_place.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <limits>
 #include <set>
 #include <utility>
@@ -144,6 +146,14 @@ std::string JsonPlace::Text() const {
   if (value_.is_string()) return value_.get<std::string>();
   ReportExpected("a string or a number");
   return "";
+}
+
+void JsonPlace::WarnOfOtherKeys(const std::vector<std::string_view>& known) const {
+  if (problems_ == nullptr || !value_.is_object()) return;
+  for (const auto& [key, value] : value_.items()) {
+    if (std::find(known.begin(), known.end(), key) != known.end()) continue;
+    std::cerr << "Warning: " << Place() << ": nothing reads the key \"" << key << '"' << std::endl;
+  }
 }
 
 std::string JsonPlace::Expected(const std::string& expected) const {

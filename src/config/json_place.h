@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "config/problem_list.h"
@@ -41,6 +42,9 @@ class JsonPlace {
   std::string Text() const;
   // The level of a pin: true, or a number that isn't 0.
   bool Level() const { return value_.is_boolean() ? Bool() : Number() != 0; }
+
+  // With a list of problems, warns of keys that nothing reads: likely misspelt.
+  void WarnOfOtherKeys(const std::vector<std::string_view>& known) const;
 
   const nlohmann::json& value() const { return value_; }
   const std::string& document() const { return document_; }

@@ -34,6 +34,7 @@ constexpr KnownKey kKnownKeys[] = {
     {"load_ficr_regs",         ReadArray},
     {"load_temp_regs",         ReadArray},
     {"load_errate_regs",       ReadArray},
+    {"internal_peripherals",   [](const JsonPlace&) {}},  // read when the chip is built
 };
 // clang-format on
 
@@ -108,9 +109,12 @@ void ConfigurationFileHandler::MergeMcuConfigFromFile(const JsonPlace& component
 
 void ConfigurationFileHandler::CheckMcuConfig() const {
   const JsonPlace config = McuConfigPlace();
+  std::vector<std::string_view> names;
   for (const KnownKey& key : kKnownKeys) {
     if (config.Has(key.name)) key.read(config[key.name]);
+    names.push_back(key.name);
   }
+  config.WarnOfOtherKeys(names);
 }
 
 // ---- Default pins ----

@@ -42,6 +42,7 @@ void ScenarioFileHandler::Init(const std::string& path, ProblemList* problems) {
   const JsonPlace root(scenario, path, "", problems);
   if (root.HasProblems() && scenario.is_null()) return;  // can't be read at all
   root.Object();
+  root.WarnOfOtherKeys({"DataGenerators"});
   if (root.Has("DataGenerators")) LoadJson(root["DataGenerators"]);
 }
 
@@ -71,6 +72,7 @@ void ScenarioFileHandler::LoadJson(const JsonPlace& generators) {
 }
 
 std::unique_ptr<DataGenerator> ScenarioFileHandler::Make(const JsonPlace& generator) {
+  generator.WarnOfOtherKeys({"id", "type", "config"});
   const JsonPlace type = generator["type"];
   const std::string& kind = type.String();
   if (type.HasProblems()) return nullptr;
@@ -80,6 +82,8 @@ std::unique_ptr<DataGenerator> ScenarioFileHandler::Make(const JsonPlace& genera
                                ? generator["config"]
                                : JsonPlace(no_config, generator.document(),
                                            generator.path() + ".config", generator.problems());
+  config.WarnOfOtherKeys(
+      {"value", "min", "max", "step", "validValues", "sinFrequency", "path", "timing"});
   try {
     return dataGeneratorFactoryMethod(kind, config);
   } catch (const UserError& error) {

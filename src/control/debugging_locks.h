@@ -55,7 +55,8 @@ class DebuggingLocks : public TickListener {
   void EndStanding();
 
   // A thread of the debugger: waits until the firmware stands, and keeps the run loop off the chip
-  // for as long as this object lives. False when the run is over: then the chip isn't to be touched.
+  // for as long as this object lives. False when the run is over: the chip isn't to be touched
+  // then.
   class ChipAccess {
    public:
     explicit ChipAccess(DebuggingLocks& locks) : locks_(locks), granted_(locks.Enter()) {}

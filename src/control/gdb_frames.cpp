@@ -1,7 +1,5 @@
 #include "control/gdb_frames.h"
 
-#include <cstring>
-
 #include "runner/text.h"
 
 namespace orvo {

@@ -1,5 +1,4 @@
 // The packets that a client sends, by their first letter.
-#include <cctype>
 #include <charconv>
 #include <iostream>
 
@@ -169,7 +168,8 @@ bool GdbServer::AddByteToString(unsigned address, std::string* text) const {
     const bool before;
   } const sudo(section);
   try {
-    *text += StringToHex(std::string(1, static_cast<char>(section->getByte(address - section->start()))));
+    *text += StringToHex(
+        std::string(1, static_cast<char>(section->getByte(address - section->start()))));
   } catch (const std::exception&) {  // a block without a model
     return false;
   }

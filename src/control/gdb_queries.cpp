@@ -1,7 +1,6 @@
 // What a client asks: features, the target description, threads, and `monitor` commands.
 #include <tinyxml2.h>
 
-#include "control/gdb_frames.h"
 #include "control/gdb_server.h"
 #include "core/registers.h"
 #include "mcu/mcu.h"

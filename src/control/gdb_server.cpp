@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "control/gdb_frames.h"
-#include "runner/errors.h"
 #include "runner/text.h"
 
 namespace orvo {
@@ -88,8 +87,12 @@ void GdbServer::HandlePoppedMessage(const std::string& data) {
   for (const GdbFrame& frame : SplitGdbFrames(data)) {
     if (stopping_) return;
     switch (frame.kind) {
-      case GdbFrame::kTornWrite: SendMessage("OK"); break;
-      case GdbFrame::kPacket: HandlePacket(frame.text); break;
+      case GdbFrame::kTornWrite:
+        SendMessage("OK");
+        break;
+      case GdbFrame::kPacket:
+        HandlePacket(frame.text);
+        break;
       case GdbFrame::kInterrupt:
         ResumeAllowed();
         // Deliberate: in addition to the answer of the resume that it has ended.

@@ -1,6 +1,7 @@
 // The commands of SUDO, its timers, and its two tasks.
 #include "control/sudo_handler.h"
 
+#include <iostream>
 #include <utility>
 
 #include "control/connection_manager.h"
@@ -205,7 +206,13 @@ void SudoHandler::set_TASKS_APPLY_PIN(unsigned, unsigned value) {
 
 void SudoHandler::set_TASKS_EXIT(unsigned, unsigned value) {
   if (value == 0) return;
-  SendEvent({{kDescription, kSudoExit}, {kValue, MemorySection::get(EXIT_CODE)}});
+  const unsigned code = MemorySection::get(EXIT_CODE);
+  SendEvent({{kDescription, kSudoExit}, {kValue, code}});
+  const ConnectionManager* connection = mcu_->GetConnectionManager();
+  if (connection == nullptr || !connection->HasClient()) {
+    std::cerr << "Warning: the firmware exits with code " << code
+              << ": the run is paused until a client resumes it" << std::endl;
+  }
   mcu_->PauseCommand(false);
 }
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <iostream>
 #include <optional>
+#include <utility>
 
 #include "control/listen_address.h"
 #include "runner/args_manager.h"
@@ -37,6 +38,18 @@ void SetNonBlocking(int socket) { fcntl(socket, F_SETFL, fcntl(socket, F_GETFL) 
 void SendAtOnce(int socket) {
   const int on = 1;
   setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+}
+
+// A client whose machine has gone without a word is noticed after a few minutes, and the next one
+// can come. One that lives, in a long pause or at a breakpoint, answers by itself.
+void ProbeWhileSilent(int socket) {
+  constexpr std::pair<int, int> kProbes[] = {
+      {TCP_KEEPIDLE, 60}, {TCP_KEEPINTVL, 15}, {TCP_KEEPCNT, 8}};  // s, s, count
+  const int on = 1;
+  setsockopt(socket, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof(on));
+  for (const auto& [option, value] : kProbes) {
+    setsockopt(socket, IPPROTO_TCP, option, &value, sizeof(value));
+  }
 }
 
 // 1 when there is something to read or to accept, 0 on a time-out, -1 on an error.
@@ -151,6 +164,7 @@ void TcpServer::ServeClient(int socket) {
   CloseClient();
   SetNonBlocking(socket);
   SendAtOnce(socket);
+  ProbeWhileSilent(socket);
   open_socket_ = socket;
   closed_by_peer_ = false;
   received_ = {};

@@ -22,7 +22,7 @@ struct DescribedRegister {
   const char* type = "uint32";
 };
 
-// Those of one feature stand together.
+// The registers of one feature stand together.
 const std::vector<DescribedRegister>& DescribedRegisters() {
   static const std::vector<DescribedRegister> registers = [] {
     std::vector<DescribedRegister> rows;
@@ -46,9 +46,9 @@ const std::vector<DescribedRegister>& DescribedRegisters() {
   return registers;
 }
 
-// Deliberate: pc has a type that GDB doesn't know, and GDB drops a description with an unknown type.
-// So the description defines it, as what comes nearest to an address: numbers of 32 bits, of which
-// one at least needs a name.
+// Deliberate: pc has a type that GDB doesn't know, and GDB drops a description with an unknown
+// type. So the description defines it, as what comes nearest to an address: numbers of 32 bits, of
+// which one at least needs a name.
 void DefineTypeOfPc(tinyxml2::XMLElement* feature) {
   tinyxml2::XMLElement* type = feature->InsertNewChildElement("enum");
   type->SetAttribute("id", kTypeOfPc);

@@ -71,6 +71,8 @@ BME280::BME280(Mcu* mcu, WireManager& wires, const JsonPlace& component)
       [this](unsigned char, unsigned char byte, int) { return OnMasterWrite(byte); });
   slave_.ReadCallback(
       [this](unsigned char, int, unsigned char* byte) { return OnMasterRead(byte); });
+  // Also after a repeated start, which no stop comes before: data sheet, "I2C write".
+  slave_.StartWriteCallback([this] { address_phase_done_ = false; });
   slave_.StopWriteCallback([this] { OnMasterStop(); });
   slave_.StopReadCallback([this] { OnMasterStop(); });
 }

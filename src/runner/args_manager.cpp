@@ -171,10 +171,11 @@ bool ArgsManager::Parse(int argc, char** argv) {
     throw UserError(error.what());
   }
 
-  SetOutputType(uart_output);
+  code_coverage = code_coverage || !coverage_lcov.empty();
   RefuseToOverwrite(*this, InputFiles(*this));
-  // Without a buffer: what was traced is in the file however the run ends, by SIGKILL too.
-  trace_stream.rdbuf()->pubsetbuf(nullptr, 0);
+  RefuseSharedOutputs(*this);
+  trace_stream.rdbuf()->pubsetbuf(trace_buffer.data(),
+                                  static_cast<std::streamsize>(trace_buffer.size()));
   trace_stream.open(trace_dest, std::ios::trunc);
   // Only a regular file: a directory opens, and a pipe without a writer blocks for ever.
   if (std::filesystem::is_regular_file(input_dump)) {
@@ -188,7 +189,6 @@ bool ArgsManager::Parse(int argc, char** argv) {
   mcu = ChipName(mcu);
   if (!IsPlatformSupported(mcu)) throw UserError("Platform isn't supported : " + mcu);
   SetOutputType(uart_output);
-  code_coverage = code_coverage || !coverage_lcov.empty();
   WarnAboutIdleOptions(*this);
   ListenAddress(listen, 0);
   return true;

@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "runner/singleton.h"
 
@@ -44,6 +45,9 @@ class ArgsManager {
   std::string mcu = "nrf52832";
   std::string listen = "0.0.0.0";  // of all servers: control connection, UART, debugger
   unsigned uart_output_type = kStandardOutput;
+  // 64 KiB at a time: a system call for each line costs more than the line. A run that ends in
+  // another way than by SIGKILL writes the rest.
+  std::vector<char> trace_buffer = std::vector<char>(65536);
   std::ofstream trace_stream;
   std::ifstream dump_stream;
 

@@ -119,6 +119,7 @@ void Program::FetchOutsideProgram() {
 void Program::RunGdb() {
   DebuggingLocks& debugger = *debugger_;
   if (!debugger.CheckBreakpoints(registers_->pc())) return;
+  trace_stream_->flush();  // for who looks at the trace in the pause
   debugger.PauseMcuForBreakpoint();
   chip_.clock().HandleSelfTickListeners();
 }

@@ -11,6 +11,7 @@
 #include <ctime>
 #include <iostream>
 
+#include "runner/args_manager.h"
 #include "runner/backtrace.h"
 #include "runner/errors.h"
 #include "runner/logger.h"
@@ -79,6 +80,7 @@ void SetHandler(int sig, void (*handler)(int), int flags) {
   WriteBacktrace(kBacktraceFrames, kStandardError);
   logger::error("Main") << OrvoError("Received signal: " + std::to_string(sig)).what();
   std::cout.flush();
+  ArgsManager::Get().trace_stream.flush();
   std::fflush(nullptr);
   ::_exit(sig);
 }

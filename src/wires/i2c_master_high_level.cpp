@@ -68,11 +68,11 @@ bool I2cMasterHighLevel::EndOfWrite(unsigned bytes_sent) {
 }
 
 void I2cMasterHighLevel::StopRX() {
-  const std::vector<unsigned char> data = std::exchange(buffer_, {});
+  if (read_finished_) read_finished_(std::vector<unsigned char>(buffer_));
+  master_.Stop();
   bytes_to_read_ = 0;
   write_read_ = false;
-  master_.Stop();
-  if (read_finished_) read_finished_(data);
+  buffer_.clear();
 }
 
 unsigned I2cMasterHighLevel::GetTicksPerBit() const {

@@ -17,7 +17,8 @@ class I2cMasterHighLevel {
 
   I2cMasterHighLevel(Mcu* mcu, WireManager& wires);
 
-  // Called on the simulation thread at the end of a transfer. A write that a read follows has none.
+  // Called on the simulation thread at the end of a transfer: of a write after its stop, of a read
+  // before it, so that only the first may start another. A write that a read follows has none.
   void ReadFinishedCallback(ReadFinished callback) { read_finished_ = std::move(callback); }
   void WriteFinishedCallback(WriteFinished callback) { write_finished_ = std::move(callback); }
 

@@ -1,6 +1,7 @@
 #include "wires/i2c_master_logic_level.h"
 
 #include <exception>
+#include <utility>
 
 #include "mcu/mcu.h"
 #include "runner/errors.h"
@@ -56,10 +57,18 @@ void I2cMasterLogiclevel::Initialize(bool read, unsigned char address, unsigned 
 
 // Deliberate: after a Stop() from outside, the tick that the ended transfer waits for still comes,
 // and a start before it goes on with that tick.
+// After a Reset() in a transfer the bus is cleared first, which firmware does by pulses of its pins
+// (I2C-bus specification, 3.1.16 "Bus clear") that no slave here would hear. A byte that the slave
+// is sending can't be held back: the start waits for it.
 void I2cMasterLogiclevel::SendFrequencyAndStart(unsigned ticks_per_bit) {
-  wire_.SendHclkTicksPerbit(ticks_per_bit);
-  wire_.Start();
-  next_tick_ = InBits(8);
+  if (cut_off_ && mcu_->clock().ticks() < slave_byte_due_) {
+    next_tick_ = slave_byte_due_;
+  } else {
+    if (std::exchange(cut_off_, false)) wire_.ClearBus();
+    wire_.SendHclkTicksPerbit(ticks_per_bit);
+    wire_.Start();
+    next_tick_ = InBits(8);
+  }
   if (attached_) return;
   attached_ = true;
   mcu_->clock().AttachToTick(next_tick_, this, false);
@@ -74,6 +83,10 @@ unsigned long I2cMasterLogiclevel::OnTick(unsigned long tick) {
   if (suspended_) {
     attached_ = true;
     return tick + ticks_per_bit_;
+  }
+  if (cut_off_ && !IsIdle()) {
+    SendFrequencyAndStart(ticks_per_bit_);
+    return next_tick_;
   }
   switch (state_) {
     case I2cMasterState::kIdle:
@@ -160,7 +173,7 @@ void I2cMasterLogiclevel::SendNack() {
 }
 
 void I2cMasterLogiclevel::Stop() {
-  wire_.Stop();
+  if (!cut_off_) wire_.Stop();  // else the start hasn't been sent
   state_ = I2cMasterState::kIdle;
 }
 
@@ -175,6 +188,9 @@ void I2cMasterLogiclevel::Resume() {
 void I2cMasterLogiclevel::Reset() {
   mcu_->clock().DetachFromTick(this);
   wire_.Reset();
+  if (state_ == I2cMasterState::kRxWaitForAck) slave_byte_due_ = next_tick_ + 8ul * ticks_per_bit_;
+  if (state_ == I2cMasterState::kRxWaitForData) slave_byte_due_ = next_tick_;
+  cut_off_ = cut_off_ || !IsIdle();
   state_ = I2cMasterState::kIdle;
   byte_index_ = 0;
   ticks_per_bit_ = 0;

@@ -88,7 +88,8 @@ class I2cMasterLogiclevel : public TickListener {
   // Takes effect at the next step of the transfer, and ends with Resume().
   void Suspend() { suspended_ = true; }
   void Resume();
-  // Forgets the transfer without a word on the wire.
+  // Forgets the transfer without a word on the wire: a slave in it hears of the end at the next
+  // start.
   void Reset();
 
   // Bytes sent or received since the start.
@@ -125,6 +126,8 @@ class I2cMasterLogiclevel : public TickListener {
   I2cMasterState state_ = I2cMasterState::kIdle;
   bool read_ = false;
   unsigned char address_ = 0;
+  bool cut_off_ = false;              // by Reset(), in a transfer
+  unsigned long slave_byte_due_ = 0;  // tick; of a read that was cut off
 };
 
 }  // namespace orvo

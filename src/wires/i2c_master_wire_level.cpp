@@ -1,6 +1,9 @@
 #include "wires/i2c_master_wire_level.h"
 
+#include <iostream>
+
 #include "runner/errors.h"
+#include "runner/text.h"
 #include "wires/i2c_packet.h"
 
 namespace orvo {
@@ -27,6 +30,12 @@ void I2cMasterWireLevel::SendHclkTicksPerbit(unsigned ticks) {
   SendData({bytes, bytes + sizeof packet}, nullptr);
 }
 
+void I2cMasterWireLevel::ClearBus() {
+  const std::span<const unsigned char> mailbox = Mailbox();
+  if (!mailbox.empty() && mailbox[0] == kPacketTypeByteFromSlave) SendNack();
+  Stop();
+}
+
 std::span<const unsigned char> I2cMasterWireLevel::Mailbox() const {
   if (sda_wire_ == WireManager::kVdd) return {};
   return wires_.GetWireData(sda_wire_);
@@ -40,6 +49,10 @@ bool I2cMasterWireLevel::GetAck() const {
 std::span<const unsigned char> I2cMasterWireLevel::GetPacket() const {
   const std::span<const unsigned char> mailbox = Mailbox();
   if (mailbox.size() < 2 || mailbox[0] != kPacketTypeByteFromSlave) {
+    if (mailbox.size() == 2 && mailbox[0] == kPacketTypeByteFromMaster) {
+      std::cerr << "Warning: no I2C device at address 0x" << IntToHex(mailbox[1] >> 1u)
+                << " on wire " << sda_wire_ << " for the read that goes on there\n";
+    }
     const std::string got = mailbox.empty() ? "nothing" : NameOfI2cPacket(mailbox[0]);
     throw OrvoError("Incorrect state, expected kPacketTypeByteFromSlave, got " + got +
                     " in I2cMasterWireLevel");

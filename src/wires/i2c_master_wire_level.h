@@ -26,6 +26,8 @@ class I2cMasterWireLevel {
   void SendAddress(unsigned char address, bool read);
   // The bit time in ticks of the main clock.
   void SendHclkTicksPerbit(unsigned ticks);
+  // Ends the transfer of a master that has gone: a slave that waits for an answer is refused.
+  void ClearBus();
   // Whether the slave acknowledged what was sent last.
   bool GetAck() const;
   // The slave's packet: its kind, then the byte. Throws OrvoError if something else was sent last.

@@ -36,14 +36,11 @@ void I2cSlaveBase::Enable() {
 
 void I2cSlaveBase::Disable() {
   enabled_ = false;
-  mcu_->clock().DetachFromTick(this);
   Disconnect();
-  state_ = I2cSlaveState::kIdle;
-  read_index_ = 0;
-  write_index_ = 0;
 }
 
 void I2cSlaveBase::SetSdaWire(unsigned wire) {
+  if (wire == sda_wire_) return;
   Disconnect();
   sda_wire_ = wire;
   if (enabled_) Connect();
@@ -58,8 +55,12 @@ void I2cSlaveBase::Connect() {
 }
 
 void I2cSlaveBase::Disconnect() {
+  mcu_->clock().DetachFromTick(this);
   if (connected_) wires_.DisconnectFromWireData(this, sda_wire_, sda_wire_);
   connected_ = false;
+  state_ = I2cSlaveState::kIdle;
+  read_index_ = 0;
+  write_index_ = 0;
 }
 
 void I2cSlaveBase::AddAddress(unsigned char address, unsigned char mask) {

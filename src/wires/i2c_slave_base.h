@@ -47,7 +47,7 @@ class I2cSlaveBase : public Observer<WireDataEvent>, public TickListener {
   ~I2cSlaveBase() override;
 
   void Enable();
-  // Leaves the bus; what was under way is forgotten.
+  // Leaves the bus, as a change of the wire does; what was under way is forgotten.
   void Disable();
   void SetSdaWire(unsigned wire);
   void DisconnectSdaWire();

@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "runner/errors.h"
 
@@ -18,6 +20,10 @@ namespace {
 
 // How long a reader that is behind gets to make room before its input is thrown away.
 constexpr int kPatienceMs = 20;
+// Closing the terminal throws away what its reader hasn't taken. How long one that has it open, and
+// takes nothing, can hold up the end of a run.
+constexpr int kFarewellMs = 2000;
+constexpr int kFarewellStepMs = 5;
 
 }  // namespace
 
@@ -36,8 +42,25 @@ UartPty::UartPty() {
 }
 
 UartPty::~UartPty() {
+  int before = 0;
+  for (int idle_ms = 0; idle_ms < kFarewellMs; idle_ms += kFarewellStepMs) {
+    const int unread = Unread();
+    if (unread == 0) break;
+    if (unread != std::exchange(before, unread)) idle_ms = 0;
+    poll(nullptr, 0, kFarewellStepMs);
+  }
   close(master_);
-  close(slave_);
+  if (slave_ >= 0) close(slave_);
+}
+
+int UartPty::Unread() {
+  if (slave_ >= 0) close(slave_);
+  slave_ = -1;
+  pollfd state{master_, 0, 0};
+  if (poll(&state, 1, 0) > 0 && (state.revents & POLLHUP) != 0) return 0;
+  slave_ = open(slave_name_.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+  int unread = 0;
+  return ioctl(slave_, FIONREAD, &unread) == 0 ? unread : 0;
 }
 
 void UartPty::Write(const std::string& bytes) {

@@ -12,6 +12,7 @@ class UartPty {
   UartPty();
   UartPty(const UartPty&) = delete;
   UartPty& operator=(const UartPty&) = delete;
+  // Lets a program that has the terminal open read what is there.
   ~UartPty();
 
   // Path of the terminal that a user opens.
@@ -24,6 +25,9 @@ class UartPty {
   long Read(char* buffer, unsigned long capacity, int timeout_ms);
 
  private:
+  // Bytes that a program has yet to read that has the terminal open; 0 if there is none.
+  int Unread();
+
   int master_ = -1;
   // Kept open, so that the master doesn't report a hang-up each time that a user closes the
   // terminal.

@@ -19,7 +19,8 @@ def pytest_addoption(parser):
 @pytest.fixture
 def firmware(request):
     """The path of an image by its name."""
-    return lambda name: request.config.getoption("--firmware").absolute() / f"{name}.bin"
+    directory = request.config.invocation_params.dir / request.config.getoption("--firmware")
+    return lambda name: directory / f"{name}.bin"
 
 
 @pytest.fixture

@@ -119,6 +119,17 @@ def test_closing_ends_the_process_in_any_state(start):
         board.close()
         board.close()
         assert wait_until_gone(board.pid)
+        with pytest.raises(zandor.ZandorError, match="the board is closed"):
+            board.get_device_time()
+
+
+def test_what_was_said_is_there_when_the_directory_has_gone(request, firmware):
+    with zandor.Board(firmware("unsupported_task"), executable=request.config.option.orvo) as board:
+        with pytest.raises(zandor.OrvoError):
+            board.run_for(s=1)
+    assert not board.directory.exists() and "unsupported task" in board.stderr
+    with pytest.raises(FileNotFoundError, match="no directory"):
+        zandor.Board(firmware("sudo"), directory=board.directory)
 
 
 def frame(text):

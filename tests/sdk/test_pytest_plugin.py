@@ -34,7 +34,7 @@ def test_boards_come_from_options_ini_and_marker_and_junit_tells_their_end(
     orvo = request.config.getoption("--orvo")
     run = pytester.runpytest_subprocess(
         *("-p", "zandor.pytest_plugin", "--junitxml=x.xml", f"--orvo-image={firmware('button')}"),
-        *([f"--orvo={orvo}"] if orvo else []),
+        *([f"--orvo={request.config.invocation_params.dir / orvo}"] if orvo else []),
     )
     run.assert_outcomes(passed=1, failed=1)
     run.stdout.fnmatch_lines(["*assert 42 == 0*", "*UARTE sent*", "before"])

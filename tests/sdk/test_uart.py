@@ -28,8 +28,10 @@ def test_expectations_read_on_and_say_what_came_instead(start):
     assert board.uart.unread == ""
     assert board.wait_for_exit() == 42
     assert board.expect_uart(re.compile("e")) == "e" and board.uart.unread == "\n"
-    assert board.uart.match(re.compile(r"(\w+)e?r\n$"), timeout=1e-5).group(1) == "afte"
+    assert board.uart.match(r"(\w+)e?r\n$", timeout=1e-5).group(1) == "afte"
     with pytest.raises(ExpectationFailed, match=r"did not send 'more' .*; unread: ''"):
         board.expect_uart("more", timeout=1e-6)
     with pytest.raises(ValueError):
         board.expect_uart("")
+    with pytest.raises(TypeError):
+        board.write_uart(5)  # not as many zeros

@@ -1,6 +1,7 @@
 // A run that waits for a debugger, on a port of its own.
 #pragma once
 
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +10,13 @@
 #include "unit/control/control_client.h"
 
 namespace orvo {
+
+inline std::vector<std::string> Split(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::istringstream stream(text);
+  for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
+  return parts;
+}
 
 struct GdbSession {
   OrvoBench bench;
@@ -27,28 +35,25 @@ struct GdbSession {
   // Until the firmware is done, printing its UART.
   static std::vector<std::string> Arguments(const std::string& firmware,
                                             std::vector<std::string> more) {
-    std::vector<std::string> all = {"-g", "--gdb-port", "0", "-u", "-p", kFirmwareDone, "-k", "1",
-                                    "-i", FirmwarePath(firmware + ".bin")};
+    std::vector<std::string> all = {
+        "-g",          "--gdb-port", "0", "-u", "-p",
+        kFirmwareDone, "-k",         "1", "-i", FirmwarePath(firmware + ".bin")};
     all.insert(all.end(), more.begin(), more.end());
     return all;
   }
 
-  // GDB as a process, with its commands; it connects first.
-  ChildProcess StartGdb(const std::vector<std::string>& commands,
-                        const std::vector<std::string>& before = {}) const {
+  // GDB as a process. Its commands are separated by ';'; it connects behind those of `before`.
+  ChildProcess StartGdb(const std::string& commands, const std::string& before = "") const {
     std::vector<std::string> arguments = {"-nx", "-batch"};
-    const auto add = [&arguments](const std::string& command) {
+    const std::string all = before + ";file " + FirmwarePath(image + ".elf") +
+                            ";target remote :" + port + ";" + commands;
+    for (const std::string& command : Split(all, ';')) {
       arguments.insert(arguments.end(), {"-ex", command});
-    };
-    for (const std::string& command : before) add(command);
-    add("file " + FirmwarePath(image + ".elf"));
-    add("target remote :" + port);
-    for (const std::string& command : commands) add(command);
+    }
     return {"gdb-multiarch", arguments, bench.directory().path()};
   }
   // What GDB prints, its errors behind the rest.
-  std::string Gdb(const std::vector<std::string>& commands,
-                  const std::vector<std::string>& before = {}) const {
+  std::string Gdb(const std::string& commands, const std::string& before = "") const {
     const ProcessResult gdb = StartGdb(commands, before).Wait(kRunLimit);
     return gdb.timed_out ? "GDB HANGS: " + gdb.out + gdb.err : gdb.out + gdb.err;
   }

@@ -46,6 +46,11 @@ TEST(Bme280, WeatherStationPrintsWhatTheReadmeShows) {
   EXPECT_EQ(Temperatures(run.out).size(), 9u);
 }
 
+TEST(Bme280, MissingSensorIsNamed) {
+  EXPECT_THAT(OrvoBench().RunFirmware("weather.bin").err,
+              HasSubstr("Warning: no I2C device at address 0x76 on wire 26 for the read"));
+}
+
 // Every tenth of a degree from -40 to 85, as a scenario's author writes it.
 TEST(Bme280, TemperatureAskedForComesBackWithinAHundredthOfADegree) {
   const WeatherStation bench;

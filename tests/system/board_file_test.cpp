@@ -132,6 +132,7 @@ const Mistake kBoardMistakes[] = {
     {"internal_type",    kBoard, Config(R"("internal_peripherals": true)"), kChip + "internal_peripherals: expected an array, found a boolean"},
     {"internal_null",    kBoard, Config(R"("internal_peripherals": null)"), "board.json| Mcu internal_peripherals not exists"},
     {"internal_class",   kBoard, Config(R"("internal_peripherals": [{"class": "Button", "name": "b"}])"), kChip + "internal_peripherals[0].class| Unsupported peripheral: Button"},
+    {"internal_no_name", kBoard, Config(R"("internal_peripherals": [{"class": "SUDO"}])"), kChip + "internal_peripherals[0]: the key \"name\" is missing"},
     {"internal_name",    kBoard, Config(R"("internal_peripherals": [{"class": "SUDO", "name": 1}])"), kChip + "internal_peripherals[0].name: expected a string, found 1"},
     {"generators_of_board", kBoard, R"({"DataGenerators": 7})", kPlace + "DataGenerators: expected an array, found 7"},
     {"generator_of_board",  kBoard, R"({"DataGenerators": [{"id": 1}]})", kPlace + "DataGenerators[0]| Missing 'type' key in data generator"}};
@@ -256,6 +257,24 @@ TEST(CheckBoard, SaysWhatItFoundInOrderAndDoesNotRun) {
   EXPECT_EQ(check.out, "No problems in board.json and scenario.json\n");
   EXPECT_EQ(bench.Run({"--check-board"}).exit_status, 1);
   EXPECT_FALSE(bench.directory().Has(".zandor/port"));
+}
+
+TEST(CheckBoard, WarnsOfKeysThatNothingReads) {
+  OrvoBench bench;
+  bench.directory().Write("board.json", R"({"component": [], "components": [
+      {"class": "nrf52832", "config": {"ramsize": 4}},
+      {"class": "Button", "name": "B", "pins": {"in": 1}, "generator": {}}]})");
+  bench.directory().Write("scenario.json",
+                          Kind("SIN", R"("min": 0, "max": 1, "sinFrequency": 1, "time": {})"));
+  const ProcessResult check = bench.Run({"--check-board"});
+  EXPECT_EQ(check.exit_status, 0) << check.out;
+  for (const char* place :
+       {"board.json: nothing reads the key \"component\"",
+        "board.json: Mcu config: nothing reads the key \"ramsize\"",
+        "board.json: component \"B\": nothing reads the key \"generator\"",
+        "scenario.json: DataGenerators[0].config: nothing reads the key \"time\""}) {
+    EXPECT_THAT(check.err, HasSubstr(std::string("Warning: ") + place));
+  }
 }
 
 TEST(CheckBoard, ReportsADirectoryInPlaceOfAFile) {

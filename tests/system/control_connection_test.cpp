@@ -144,6 +144,19 @@ TEST(ControlConnection, TenThousandCommandsOfOneBurstAreAnsweredInTheirOrder) {
   EXPECT_EQ(session.End().exit_status, 0);
 }
 
+TEST(ControlConnection, FirmwareThatExitsWithoutAClientSaysSoAndGoesOnWhenOneComes) {
+  OrvoBench bench;
+  ChildProcess process = bench.Start({"-i", FirmwarePath("sudo.bin"), "-u"});
+  EXPECT_TRUE(process.WaitForOutput(
+      "Warning: the firmware exits with code 42: the run is paused until a client resumes it",
+      kRunLimit));
+  ControlClient client(WaitForPort(bench));
+  Handshake(client);
+  Resume(client);
+  EXPECT_EQ(process.Wait(kRunLimit).exit_status, 0);
+  EXPECT_THAT(process.out(), HasSubstr("after\n"));
+}
+
 TEST(ControlConnection, RunOutlivesItsClientsAndTheNextNeedsNoHandshake) {
   Session session;
   Resume(session.client);
@@ -154,7 +167,11 @@ TEST(ControlConnection, RunOutlivesItsClientsAndTheNextNeedsNoHandshake) {
     SendSudoCommand(next, {{"command", i == 2 ? "pause" : "get_state"}});
     EXPECT_EQ(WaitForMessage(next, "emulator_state")["value"], i == 2 ? "paused" : "running");
   }
+  // The pause is still there; a handshake has no answer any more.
   ControlClient last(session.port);
+  Handshake(last);
+  Resume(last);
+  EXPECT_EQ(last.Receive()["description"], "resumed");
   SendSudoCommand(last, {{"command", "terminate"}});
   EXPECT_EQ(session.process.Wait(kRunLimit).exit_status, 0);
 }

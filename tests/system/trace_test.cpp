@@ -171,10 +171,17 @@ TEST(TraceOptions, ThatDoNothingAsCombinedAreNamed) {
     EXPECT_EQ(run.err.find("Warning: "), run.err.rfind("Warning: ")) << run.err;
     EXPECT_EQ(run.exit_status, 0);
   }
-  const ProcessResult run =
-      bench.Run({"-i", FirmwarePath("ticks.bin"), "-p", kFirmwareDone, "-o", "dump.txt", "-u", "-t",
-                 "regs", "-d", "list.txt"});  // ends at the first comparison
-  EXPECT_THAT(run.err, HasSubstr("-o/--output writes no dump without the stop point of -p and -k"));
+  // Without a stop point: these end at the first comparison.
+  const auto warnings = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"-i", FirmwarePath("ticks.bin"), "-t", "regs", "-d"});
+    arguments.push_back("list.txt");
+    return bench.Run(arguments).err;
+  };
+  EXPECT_THAT(warnings({"-p", kFirmwareDone, "-o", "dump.txt"}),
+              testing::AllOf(HasSubstr("-p/--pc_pos stops nothing without -k"),
+                             HasSubstr("-o/--output writes no dump without the stop point")));
+  EXPECT_THAT(warnings({"-k", "1"}), HasSubstr("-k/--times stops nothing without -p"));
+  EXPECT_THAT(warnings({"-p", "0x101", "-k", "1"}), HasSubstr("no instruction begins at the odd"));
 }
 
 }  // namespace

@@ -194,6 +194,9 @@ TEST(UartOverPty, ATerminalProgramGetsEveryByteEchoedAndStandardOutputTheSame) {
   EXPECT_THAT(path, MatchesRegex("/dev/pts/[0-9]+"));
   Terminal terminal(path);
   terminal.Write(WithCount(sent));
+  // Late: at the end of the run all stands unread.
+  EXPECT_TRUE(process.WaitForOutput(sent.substr(sent.size() - 10), kRunLimit));
+  std::this_thread::sleep_for(100ms);
   EXPECT_EQ(terminal.Read(sent.size()), sent);
   const ProcessResult run = process.Wait(kRunLimit);
   EXPECT_EQ(run.exit_status, 0) << run.err;

@@ -50,6 +50,8 @@ class SpimTwimHandler : public Nrf52Handler<Nrf52SPIM_TWIM>, public TickListener
   void set_EVENTS_TXDSENT(unsigned offset, unsigned value) override;
   void set_EVENTS_LASTTX(unsigned offset, unsigned value) override;
   void set_EVENTS_LASTRX(unsigned offset, unsigned value) override;
+  // Ones clear.
+  void set_ERRORSRC(unsigned offset, unsigned value) override;
 
   // --- TWIS
   void set_PSEL_SDA(unsigned offset, unsigned value) override;

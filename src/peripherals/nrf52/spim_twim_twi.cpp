@@ -212,9 +212,14 @@ void SpimTwimHandler::ReportError(bool address_of_write) {
   Generate(EVENTS_ERROR);
 }
 
+// Drivers read the register after each transfer and write back what they read.
+void SpimTwimHandler::set_ERRORSRC(unsigned, unsigned value) {
+  MemorySection::set(ERRORSRC, MemorySection::get(ERRORSRC) & ~value);
+}
+
 void SpimTwimHandler::SendStop() {
   state_.stop_requested = false;
-  if (!i2c_master_.IsIdle()) i2c_master_.Stop();  // an idle master may have no wire yet
+  i2c_master_.Stop();
   state_.transfer_length = 0;
   Generate(EVENTS_STOPPED);
 }

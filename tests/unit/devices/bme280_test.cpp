@@ -1,4 +1,4 @@
-// When a BME280 measures, by its modes and standby times.
+// When a BME280 measures, by its modes and standby times, and which register a write is for.
 #include "devices/bme280.h"
 
 #include <gtest/gtest.h>
@@ -61,6 +61,15 @@ TEST(BME280, MeasuresAfterTheStandbyTimeOnceOrAgainAndAgain) {
     EXPECT_EQ(bench.sensor.GetRegister(0xF7), 0x80u);
     EXPECT_EQ(bench.sensor.GetRegister(0xF5), 0u);
   }
+}
+
+TEST(BME280, RegisterStandsBehindEveryAddressOfAWrite) {
+  Bench bench;
+  using Bytes = std::vector<unsigned char>;
+  for (const Bytes& packet : {Bytes{1}, {2, 0xEC}, {2, 0xF5}, {1}, {2, 0xEC}, {2, 0xF2}, {2, 7}}) {
+    bench.wires.SendDataOverWire(kSda, kSda, packet, nullptr);
+  }
+  EXPECT_EQ(bench.sensor.GetRegister(0xF2), 7u);
 }
 
 }  // namespace

@@ -157,6 +157,9 @@ TEST(CommandLine, RefusesWhatMakesNoSense) {
       {{"--start-pc", "100000000"}, "doesn't fit into 32 bits"},
       {{"--trace-dest", "recorded", "-d", "recorded"},
        "UserError: --trace-dest would overwrite the trace to compare with: recorded"},
+      {{"--trace-dest", "new", "-o", "./new"}, "--trace-dest and --output would both write ./new"},
+      {{"-u", "file:coverage_report.html", "--code-coverage"},
+       "--uart_output and --code-coverage would both write coverage_report.html"},
       {{"-u", "File:x"}, "UserError: Uart dest is not valid."}};
   for (const auto& [arguments, message] : refusals) {
     EXPECT_THAT(ErrorOf([&] { Parse(arguments); }), HasSubstr(message));

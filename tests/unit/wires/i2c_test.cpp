@@ -50,6 +50,19 @@ struct Bus : Observer<WireDataEvent> {
   std::string log;
 };
 
+// A slave at 0x20 that gives 'a', 'b' and so on.
+struct Letters : I2cSlaveBase {
+  explicit Letters(Bus& bus) : I2cSlaveBase(&bus.mcu, bus.wires) {
+    SetSdaWire(kSda);
+    Enable();
+    AddAddress(0x20);
+    ReadCallback([](unsigned char, int index, unsigned char* byte) {
+      *byte = static_cast<unsigned char>('a' + index);
+      return true;
+    });
+  }
+};
+
 // Bytes are printable: address 0x20 is '@' for a write, 'A' for a read.
 TEST(I2c, EveryPacketHasItsTick) {
   struct Case {
@@ -66,11 +79,11 @@ TEST(I2c, EveryPacketHasItsTick) {
        "260 byte from master n|260 nack|260 stop|written|"},
       {"read", [](Bus& bus) { bus.master.Read(0x20, kSda, 2); },
        "0 frequency 10|0 start|80 byte from master A|80 ack|169 byte from slave a|180 ack|"
-       "259 byte from slave b|270 nack|270 stop|read ab|"},
+       "259 byte from slave b|270 nack|read ab|270 stop|"},
       {"both", [](Bus& bus) { bus.master.WriteRead(0x20, kSda, {'x'}, 1); },
        "0 frequency 10|0 start|80 byte from master @|80 ack|170 byte from master x|170 ack|"
        "170 frequency 10|170 start|250 byte from master A|250 ack|339 byte from slave a|"
-       "350 nack|350 stop|read a|"},
+       "350 nack|read a|350 stop|"},
       {"nobody", [](Bus& bus) { bus.master.Write(0x22, kSda, {'x'}); },
        "0 frequency 10|0 start|80 byte from master D|170 byte from master x|170 stop|written|"},
       {"masked", [](Bus& bus) { bus.master.Write(0x31, kSda, {'x'}); },
@@ -79,20 +92,11 @@ TEST(I2c, EveryPacketHasItsTick) {
   };
   for (const Case& test : kCases) {
     Bus bus;
-    I2cSlaveBase slave(&bus.mcu, bus.wires);
-    I2cSlaveBase other(&bus.mcu, bus.wires);
-    for (I2cSlaveBase* each : {&other, &slave}) {
-      each->SetSdaWire(kSda);
-      each->Enable();
-    }
+    Letters slave(bus), other(bus);
+    other.ClearAddresses();
     other.AddAddress(0x21);
-    slave.AddAddress(0x20);
     slave.AddAddress(0x30, 0x7e);
     slave.WriteCallback([](unsigned char, unsigned char byte, int) { return byte != 'n'; });
-    slave.ReadCallback([](unsigned char, int index, unsigned char* byte) {
-      *byte = static_cast<unsigned char>('a' + index);
-      return true;
-    });
     test.start(bus);
     EXPECT_EQ(bus.Run(), test.packets) << test.name;
   }
@@ -117,6 +121,38 @@ TEST(I2c, SuspendedTransferPollsOnceABitAndSendsNothing) {
   EXPECT_EQ(bus.Run(100), "1350 byte from master z|");
   master.Stop();
   EXPECT_EQ(bus.Run(), "1385 stop|");
+}
+
+// The next start follows within the byte of the slave, or later. Meanwhile the slave may have left
+// the wire.
+TEST(I2c, AfterAResetAtAnyTickOfATransferTheNextOneWorks) {
+  for (int tick = 0; tick < 1120; ++tick) {
+    Bus bus;
+    Letters slave(bus);
+    std::string log;
+    slave.WriteCallback([&](unsigned char, unsigned char, int index) {
+      return log += std::to_string(index), true;
+    });
+    I2cMasterLogiclevel master(&bus.mcu, bus.wires);
+    master.GetNextByteCallback([](unsigned) { return 'x'; });
+    master.ByteSentCallback([&](unsigned count) { return count == 2 && (master.Stop(), true); });
+    master.ByteReceivedCallback([&](unsigned index, unsigned char byte, unsigned) {
+      return log += static_cast<char>(byte), index == 0;
+    });
+    master.AckOrNackSentCallback([&](bool ack) { ack ? void() : master.Stop(); });
+    master.Initialize(tick % 2 == 0, 0x20, kSda, kTicksPerBit);
+    bus.Run(tick / 4);
+    master.Reset();
+    if (tick % 3 == 0) slave.DisconnectSdaWire();
+    bus.Run(tick % 4 < 2 ? 1 : 100);
+    slave.SetSdaWire(kSda);
+    log.clear();
+    for (const bool read : {true, false}) {
+      master.Initialize(read, 0x20, kSda, kTicksPerBit);
+      bus.Run();
+    }
+    EXPECT_EQ(log, "ab01") << tick;
+  }
 }
 
 TEST(I2c, MistakesAreNamed) {
