@@ -76,8 +76,8 @@ class Exchange:
 
     def _ask(self, messages: List[Message], description: str) -> Message:
         answer = _Answer(description)
+        self._connection.send(messages)  # or raises, if they can't be written as JSON
         self._answers.append(answer)
-        self._connection.send(messages)
         self.take_until(lambda: answer.message is not None)
         assert answer.message is not None
         return answer.message

@@ -42,6 +42,7 @@ bool CheckBoard(const std::string& platform, const std::string& executable_path,
   std::unique_ptr<Mcu> mcu;
   Collect(problems, file, [&] { mcu = CreateMcu(platform, scenario, &wires, nullptr); });
   if (mcu != nullptr) {
+    board.WarnOfOtherPins(wires);
     Collect(problems, file, [&] {
       board.AggregatePeripheralsFromJson(mcu.get(), wires, board.GetInternalsPeripherals(),
                                          ComponentKind::kInternal);

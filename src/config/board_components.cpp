@@ -6,6 +6,7 @@
 #include "config/scenario_file_handler.h"
 #include "mcu/platform.h"
 #include "runner/errors.h"
+#include "wires/device_pin.h"
 
 namespace orvo {
 
@@ -88,6 +89,10 @@ void ConfigurationFileHandler::InitComponents(const JsonPlace& board) {
     if (!component.value().is_object()) continue;  // reported
     if (IsMcuComponent(component)) {
       CheckKeys(component);
+      const std::string& chip = GetComponents()[McuIndex()]["class"].get_ref<const std::string&>();
+      if (LowerCase(component["class"].String()) != chip) {
+        component["class"].Warn("changes the " + chip + " of this run all the same");
+      }
       MergeMcuConfigFromFile(component);
     } else {
       GetComponentName(component);
@@ -154,6 +159,9 @@ std::map<std::string, Peripheral*> ConfigurationFileHandler::AggregatePeripheral
     }
     const JsonPlace name = component["name"];
     const bool reported = external && names_.contains(name.String());
+    if (external && peripheral != nullptr && !component.HasProblems()) {
+      WarnOfOtherDevicePins(wires, component);
+    }
     if (!peripherals.emplace(name.String(), peripheral).second && !reported) ReportDuplicate(name);
   }
   return peripherals;

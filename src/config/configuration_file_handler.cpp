@@ -33,6 +33,7 @@ void ConfigurationFileHandler::InitConfigFromDefault(const std::string& platform
   document_ = ReadJsonFile(path);
   file_ = path;
   paths_.clear();
+  names_pins_ = false;
   InitPinsConfig(platform);
 }
 

@@ -89,6 +89,8 @@ class ConfigurationFileHandler {
   unsigned GetIntFromMcuConfig(const std::string& key) const;
   // Pin name to wire, or to the name of another pin.
   const nlohmann::json& GetConfigPins() const;
+  // In a check of the board warns of the pins of the user's file that no port has taken.
+  void WarnOfOtherPins(const WireManager& wires) const;
   const nlohmann::json& GetInternalsPeripherals() const;
   unsigned GetHSEFrequency() const;  // hertz
   // What makes the random blocks of the chip repeat, if the board says it.
@@ -129,6 +131,7 @@ class ConfigurationFileHandler {
   std::string file_;  // what was read last, for errors
   std::set<std::string> names_;
   std::vector<std::string> paths_;  // of the components, each in the file that it comes from
+  bool names_pins_ = false;         // the user's file has a pin table of the chip
   ProblemList* problems_ = nullptr;
 };
 

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <iterator>
 #include <limits>
@@ -22,12 +23,13 @@ FileDataGenerator::FileDataGenerator(const JsonPlace& config, std::string kind)
 }
 
 void FileDataGenerator::Open(const JsonPlace& path) {
-  file_.open(path_);
+  // Nothing else can be read by place, and a pipe would wait for a writer.
+  std::error_code error;
+  if (std::filesystem::is_regular_file(path_, error)) file_.open(path_);
   std::string first, line;
   std::getline(file_, first);
   for (records_ = file_.eof() ? 1 : 2; std::getline(file_, line); records_ += file_.eof() ? 0 : 1) {
   }
-  // A directory opens too, and fails at the first read.
   if (!file_.is_open() || file_.bad()) {
     path.Report("Failed to open data file: " + path_);
   } else if (first.starts_with("!")) {

@@ -148,11 +148,15 @@ std::string JsonPlace::Text() const {
   return "";
 }
 
+void JsonPlace::Warn(const std::string& text) const {
+  if (problems_ != nullptr) std::cerr << "Warning: " << Place() << ": " << text << std::endl;
+}
+
 void JsonPlace::WarnOfOtherKeys(const std::vector<std::string_view>& known) const {
   if (problems_ == nullptr || !value_.is_object()) return;
   for (const auto& [key, value] : value_.items()) {
     if (std::find(known.begin(), known.end(), key) != known.end()) continue;
-    std::cerr << "Warning: " << Place() << ": nothing reads the key \"" << key << '"' << std::endl;
+    Warn("nothing reads the key \"" + key + '"');
   }
 }
 

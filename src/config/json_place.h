@@ -43,6 +43,8 @@ class JsonPlace {
   // The level of a pin: true, or a number that isn't 0.
   bool Level() const { return value_.is_boolean() ? Bool() : Number() != 0; }
 
+  // With a list of problems, prints what may be meant otherwise, but is no mistake.
+  void Warn(const std::string& text) const;
   // With a list of problems, warns of keys that nothing reads: likely misspelt.
   void WarnOfOtherKeys(const std::vector<std::string_view>& known) const;
 

@@ -2,6 +2,7 @@
 #include "config/configuration_file_handler.h"
 #include "mcu/platform.h"
 #include "runner/errors.h"
+#include "wires/wire_manager.h"
 
 namespace orvo {
 
@@ -79,6 +80,14 @@ const nlohmann::json& ConfigurationFileHandler::GetConfigPins() const {
   return config["pins"].Object();
 }
 
+// Of the default pins a chip with fewer ports leaves some.
+void ConfigurationFileHandler::WarnOfOtherPins(const WireManager& wires) const {
+  if (!names_pins_) return;
+  std::vector<std::string_view> known;
+  for (const auto& [name, wire] : wires.pin_names()) known.push_back(name);
+  McuConfigPlace()["pins"].WarnOfOtherKeys(known);
+}
+
 const nlohmann::json& ConfigurationFileHandler::GetInternalsPeripherals() const {
   const JsonPlace config = McuConfigPlace();
   if (!config.Has("internal_peripherals")) {
@@ -104,7 +113,10 @@ bool ConfigurationFileHandler::CheckIfLoadBle() const {
 }
 
 void ConfigurationFileHandler::MergeMcuConfigFromFile(const JsonPlace& component) {
-  if (component.Has("config")) McuConfigForUpdate().update(component["config"].Object());
+  if (!component.Has("config")) return;
+  const JsonPlace config = component["config"];
+  McuConfigForUpdate().update(config.Object());
+  names_pins_ = names_pins_ || config.Has("pins");
 }
 
 void ConfigurationFileHandler::CheckMcuConfig() const {

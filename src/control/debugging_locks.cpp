@@ -15,7 +15,9 @@ DebuggingLocks::~DebuggingLocks() {
 
 void DebuggingLocks::PauseMcu() {
   mcu_->PausedMcyByDebugger();
-  SetPaused(true);
+  const std::lock_guard lock(mutex_);
+  paused_ = true;
+  changed_.notify_all();
 }
 
 void DebuggingLocks::PauseMcuForBreakpoint() { PauseMcu(); }
@@ -46,8 +48,12 @@ bool DebuggingLocks::ResumeMcuOneStep() {
 }
 
 bool DebuggingLocks::GoOn() {
-  // First the flag, then the firmware: it may come to its next stop before this thread goes on.
-  SetPaused(false);
+  // First the flags, then the firmware: it may come to its next stop before this thread goes on.
+  {
+    const std::lock_guard lock(mutex_);
+    paused_ = false;
+    standing_ = false;  // the run loop says so again, should it stay
+  }
   mcu_->ResumeMcuByDebugger();
   // A demand from before these two lines would be lost; a later one stops the firmware by itself.
   bool demanded = false;
@@ -72,15 +78,11 @@ void DebuggingLocks::Stop() {
   changed_.notify_all();
 }
 
-unsigned long DebuggingLocks::OnTick(unsigned long) {
+// A sleep counts as one instruction: GDB would otherwise ask for each of its ticks.
+unsigned long DebuggingLocks::OnTick(unsigned long tick) {
+  if (mcu_->IsAsleep()) return tick + 1;
   PauseMcu();
   return 0;
-}
-
-void DebuggingLocks::SetPaused(bool paused) {
-  const std::lock_guard lock(mutex_);
-  paused_ = paused;
-  changed_.notify_all();
 }
 
 // --- The chip while it stands --------------------------------------------------------------------

@@ -30,7 +30,8 @@ class DebuggingLocks : public TickListener {
   // wish for a stop may overtake its earlier wish to go on, which still waits to be handled.
   void DemandPause();
   void ResumeAllowed();
-  // Both let the firmware go on, to the next stop or by one tick, and return when it has stopped.
+  // Both let the firmware go on, to the next stop or by one tick, or by a whole sleep of the core,
+  // and return when it has stopped.
   // A thread of the debugger, never the run loop. False when the run is over instead.
   bool ResumeMcu();
   bool ResumeMcuOneStep();
@@ -76,7 +77,6 @@ class DebuggingLocks : public TickListener {
   // Breakpoints are few: one bit for all addresses that fall on it spares the loop the lock.
   static unsigned long Bit(unsigned address) { return 1ul << (address >> 1 & 63); }
   bool IsBreakpoint(unsigned pc);
-  void SetPaused(bool paused);
   bool GoOn();
   bool Enter();
   void Leave();

@@ -11,7 +11,9 @@ constexpr size_t kChecksumDigits = 2;
 
 bool IsTornWrite(const std::string& data) {
   if (data.find('#') != std::string::npos) return false;
-  if (data.starts_with("$X")) return true;
+  // Behind the acknowledgement of our last answer, if one read brings both.
+  const size_t start = data.find_first_not_of("+-");
+  if (start != std::string::npos && data.compare(start, 2, "$X") == 0) return true;
   for (const char* prefix : {"$X1270,8:", "$X1278,70:", "$X0,820:"}) {
     if (data.find(prefix) != std::string::npos) return true;
   }

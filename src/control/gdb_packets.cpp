@@ -74,14 +74,15 @@ void GdbServer::HandlePacket(const std::string& packet) {
 
 // --- Going on, and leaving -----------------------------------------------------------------------
 
-// Deliberate: a signal can't be given to the firmware, and nothing goes on.
+// Deliberate: a signal can't be given to the firmware, and nothing goes on. GDB waits for a stop
+// nevertheless, and is told of the one that lasts.
 void GdbServer::HandleContinueWithSignal(const std::string& packet) {
   const std::string digits = packet.substr(1, 2);
   int signal = 0;
-  const char* end = digits.data() + digits.size();
-  if (std::from_chars(digits.data(), end, signal).ptr != end || digits.empty())
+  if (std::from_chars(digits.data(), digits.data() + digits.size(), signal).ec != std::errc())
     throw UserError("Not a signal: '" + digits + "'");
   if (signal != kInterruptSignal) SendMessage("OK");
+  if (client_has_description_) SendMessage(kStopped);
 }
 
 // Deliberate: the packet is taken for a read of memory as well, which has no address.
@@ -110,10 +111,11 @@ void GdbServer::HandleVerbose(const std::string& packet) {
 // A client that goes by the target description finds the registers by its numbers, in ascending
 // order; any other has the order of an ARM without a description.
 
-// As the chip shows it to a debugger: pc is even, and the core is in Thumb state. The register file
-// keeps neither; a client that finds the Thumb bit clear steps through the instructions of an ARM.
+// For GDB as the chip shows it to a debugger: pc is even, and the core is in Thumb state. The
+// register file keeps neither; GDB would step through the instructions of an ARM.
 unsigned GdbServer::RegisterValue(unsigned id) const {
   const unsigned value = mcu_->registers().get(id);
+  if (!client_has_description_) return value;
   if (id == kPc) return value & ~1u;
   return id == kXpsr ? value | xpsr::kThumb : value;
 }

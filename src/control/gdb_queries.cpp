@@ -93,8 +93,9 @@ void GdbServer::HandleSet(const std::string& packet) {
   if (packet.starts_with("QStartNoAckMode")) SendMessage("OK");
 }
 
-void GdbServer::HandleSupported(const std::string&) {
-  client_has_description_ = false;  // a new client may have come
+void GdbServer::HandleSupported(const std::string& packet) {
+  client_wants_description_ = packet.find("xmlRegisters=") != std::string::npos;
+  client_has_description_ = false;
   SendMessage(
       "PacketSize=4000;qXfer:memory-map:read-;QStartNoAckMode+;hwbreak+;qXfer:features:read+");
 }
@@ -108,7 +109,7 @@ void GdbServer::XferMsgHandler(const std::string& packet) {
   const unsigned long length = HexToInt(part.substr(comma + 1));
   const std::string document = TargetDescription();
   const bool more = offset + length < document.size();
-  if (!more) client_has_description_ = true;
+  if (!more && client_wants_description_) client_has_description_ = true;
   SendMessage((more ? "m" : "l") +
               (offset < document.size() ? document.substr(offset, length) : std::string()));
 }

@@ -12,7 +12,6 @@ namespace orvo {
 namespace {
 
 constexpr size_t kReadBytes = 32'768;
-constexpr char kStopped[] = "T05thread:0000dead;";
 
 }  // namespace
 

@@ -34,6 +34,7 @@ class GdbServer : public DebuggingLocks, private TcpServer {
 
  private:
   using Handler = void (GdbServer::*)(const std::string& packet);
+  static constexpr char kStopped[] = "T05thread:0000dead;";
   struct PacketRow;
   struct QueryRow;
 
@@ -65,7 +66,7 @@ class GdbServer : public DebuggingLocks, private TcpServer {
   void HandleSet(const std::string& packet);
   void HandleVerbose(const std::string& packet);
 
-  void HandleSupported(const std::string&);
+  void HandleSupported(const std::string& packet);
   void XferMsgHandler(const std::string& packet);
   void RcmdMsgHandler(const std::string& packet);
   // Whether the chip could be reset: not when the run is over.
@@ -81,7 +82,9 @@ class GdbServer : public DebuggingLocks, private TcpServer {
   Mcu* const mcu_;
   const std::function<void()> on_kill_;
   bool ack_mode_ = true;  // worker's; QStartNoAckMode is granted and leaves it
-  // The client has read the target description, so it goes by it. Worker's.
+  // Worker's: the client has said that it goes by a target description, with its feature
+  // "xmlRegisters", and has read it to the end. GDB does both.
+  bool client_wants_description_ = false;
   bool client_has_description_ = false;
 
   std::atomic<bool> stopping_{false};

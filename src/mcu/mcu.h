@@ -98,6 +98,8 @@ class Mcu : public TickListener, public ClockManager {
   void Bkpt(unsigned long value);
   // Lets time pass without instructions until an event happened or the run is stopped.
   void WaitForEvent();
+  // Whether the core waits in WaitForEvent(). Simulation thread.
+  bool IsAsleep() const { return asleep_; }
   void SendEvent();
   void SetEventHappened(bool happened) { event_happened_ = happened; }
 
@@ -147,6 +149,7 @@ class Mcu : public TickListener, public ClockManager {
   DebuggingLocks* debugger_ = nullptr;
   ScenarioFileHandler& scenario_;
   bool event_happened_ = false;
+  bool asleep_ = false;
   std::atomic<bool> pause_requested_{false};
   std::atomic<bool> paused_by_debugger_{false};
   std::atomic<bool> stop_requested_{false};

@@ -178,7 +178,9 @@ void Mcu::WaitForEvent() {
   }
   // The latch stays as it is at the end: the next wfe consumes it.
   const unsigned pc = registers_.pc();  // a debugger that resets the chip moves it
+  asleep_ = true;
   while (!event_happened_ && !stop_requested_ && registers_.pc() == pc) clock_->Tickrement(1);
+  asleep_ = false;
 }
 
 // Deliberate: only SEVONPEND lets the instruction set the latch.

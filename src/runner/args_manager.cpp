@@ -44,8 +44,8 @@ class Number : public cxxopts::values::standard_value<T> {
     try {
       cxxopts::values::standard_value<T>::parse(text);
     } catch (const cxxopts::exceptions::exception&) {
-      throw UserError("--" + option_ + ": not a number from 0 to " + std::to_string(std::numeric_limits<T>::max()) +
-                      ": '" + text + "'");
+      throw UserError("--" + option_ + ": not a number from 0 to " +
+                      std::to_string(std::numeric_limits<T>::max()) + ": '" + text + "'");
     }
   }
   std::shared_ptr<cxxopts::Value> clone() const override { return std::make_shared<Number>(*this); }
@@ -176,7 +176,8 @@ bool ArgsManager::Parse(int argc, char** argv) {
   RefuseSharedOutputs(*this);
   trace_stream.rdbuf()->pubsetbuf(trace_buffer.data(),
                                   static_cast<std::streamsize>(trace_buffer.size()));
-  trace_stream.open(trace_dest, std::ios::trunc);
+  // Emptied by EmptyTraceFile(), once it is known that no data file of the scenario is meant.
+  trace_stream.open(trace_dest, std::ios::app);
   // Only a regular file: a directory opens, and a pipe without a writer blocks for ever.
   if (std::filesystem::is_regular_file(input_dump)) {
     dump_stream.open(input_dump);
@@ -192,6 +193,11 @@ bool ArgsManager::Parse(int argc, char** argv) {
   WarnAboutIdleOptions(*this);
   ListenAddress(listen, 0);
   return true;
+}
+
+void ArgsManager::EmptyTraceFile() const {
+  std::error_code not_a_file;  // a device or a pipe
+  if (trace_stream.is_open()) std::filesystem::resize_file(trace_dest, 0, not_a_file);
 }
 
 void ArgsManager::SetOutputType(const std::string& text) {

@@ -53,6 +53,8 @@ class ArgsManager {
 
   // Returns false when the help text was printed and the run must not go on. Throws on bad input.
   bool Parse(int argc, char** argv);
+  // Removes what an earlier run left in the file of the trace. Before the trace begins.
+  void EmptyTraceFile() const;
   // Derives uart_output_type. Throws UserError for a prefix other than "file" and "tcp-port".
   void SetOutputType(const std::string& text);
 

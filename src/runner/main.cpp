@@ -62,6 +62,7 @@ class Simulation {
     for (const std::string& path : scenario_->data_files()) {
       RefuseToOverwrite(args, {{"a data file of the scenario", path}});
     }
+    args.EmptyTraceFile();
     mcu_ = CreateMcu(args.mcu, *scenario_, wires_.get(), connection_.get());
     if (!args.vcd.empty()) vcd_ = std::make_unique<VcdWriter>(args.vcd, *mcu_);
     // A run that was ended before the connection listened must not wait for a client.

@@ -22,4 +22,23 @@ unsigned DevicePinWire(WireManager& wires, const JsonPlace& component, const std
   return wire;
 }
 
+unsigned DeviceBusWire(WireManager& wires, const JsonPlace& component, const std::string& pin) {
+  const unsigned wire = DevicePinWire(wires, component, pin);
+  if (WireManager::IsSupply(wire)) {
+    component.Warn("pin " + pin + " stands on vdd or gnd, where no bus reaches the device");
+  }
+  return wire;
+}
+
+void WarnOfOtherDevicePins(const WireManager& wires, const JsonPlace& component) {
+  const JsonPlace holder = HolderOfPins(component);
+  if (!holder.Has("pins")) return;
+  std::vector<std::string_view> known;
+  const auto device = wires.device_pins().find(component["name"].String());
+  if (device != wires.device_pins().end()) {
+    for (const auto& [pin, wire] : device->second) known.push_back(pin);
+  }
+  holder["pins"].WarnOfOtherKeys(known);
+}
+
 }  // namespace orvo

@@ -23,7 +23,7 @@ I2cSlaveBase::I2cSlaveBase(Mcu* mcu, WireManager& wires) : wires_(wires), mcu_(m
 
 I2cSlaveBase::I2cSlaveBase(Mcu* mcu, WireManager& wires, const JsonPlace& component)
     : I2cSlaveBase(mcu, wires) {
-  SetSdaWire(DevicePinWire(wires, component, "sda"));
+  SetSdaWire(DeviceBusWire(wires, component, "sda"));
   Enable();
 }
 

@@ -20,7 +20,7 @@ SpiSlaveConfig ConfigOf(WireManager& wires, const JsonPlace& component, unsigned
     return IsPinInJson(component, pin) ? DevicePinWire(wires, component, pin) : kNoWire;
   };
   return {
-      optional("mosi"), optional("miso"), optional("ss"), DevicePinWire(wires, component, "sclk"),
+      optional("mosi"), optional("miso"), optional("ss"), DeviceBusWire(wires, component, "sclk"),
       supported_modes,  max_frequency_hz, bit_order};
 }
 

@@ -259,10 +259,11 @@ TEST(CheckBoard, SaysWhatItFoundInOrderAndDoesNotRun) {
   EXPECT_FALSE(bench.directory().Has(".zandor/port"));
 }
 
-TEST(CheckBoard, WarnsOfKeysThatNothingReads) {
+TEST(CheckBoard, WarnsOfWhatNothingReadsOrMayBeMeantOtherwise) {
   OrvoBench bench;
   bench.directory().Write("board.json", R"({"component": [], "components": [
-      {"class": "nrf52832", "config": {"ramsize": 4}},
+      {"class": "nrf52840", "config": {"ramsize": 4, "pins": {"P0_1": 1, "P1_4": 36}}},
+      {"class": "MockI2cDevice", "name": "M", "pins": {"sda": "vdd", "sad": 2}},
       {"class": "Button", "name": "B", "pins": {"in": 1}, "generator": {}}]})");
   bench.directory().Write("scenario.json",
                           Kind("SIN", R"("min": 0, "max": 1, "sinFrequency": 1, "time": {})"));
@@ -270,7 +271,11 @@ TEST(CheckBoard, WarnsOfKeysThatNothingReads) {
   EXPECT_EQ(check.exit_status, 0) << check.out;
   for (const char* place :
        {"board.json: nothing reads the key \"component\"",
+        "board.json: components[0].class: changes the nrf52832 of this run all the same",
         "board.json: Mcu config: nothing reads the key \"ramsize\"",
+        "board.json: Mcu config.pins: nothing reads the key \"P1_4\"",
+        "board.json: component \"M\": pin sda stands on vdd or gnd",
+        "board.json: component \"M\".pins: nothing reads the key \"sad\"",
         "board.json: component \"B\": nothing reads the key \"generator\"",
         "scenario.json: DataGenerators[0].config: nothing reads the key \"time\""}) {
     EXPECT_THAT(check.err, HasSubstr(std::string("Warning: ") + place));

@@ -97,6 +97,9 @@ INSTANTIATE_TEST_SUITE_P(
                 "tcp-port:<port>"},
         Mistake{"uart_port",
                 {"-i", kImage, "-u", "tcp-port:abc"},
+                "UART TCP port in invalid. Must be a number"},
+        Mistake{"uart_port_beyond_16_bits",
+                {"-i", kImage, "-u", "tcp-port:65536"},
                 "UART TCP port in invalid. Must be a number"}),
     [](const auto& test) { return test.param.name; });
 

@@ -166,6 +166,7 @@ TEST(ControlConnection, RunOutlivesItsClientsAndTheNextNeedsNoHandshake) {
     ControlClient next(session.port);
     SendSudoCommand(next, {{"command", i == 2 ? "pause" : "get_state"}});
     EXPECT_EQ(WaitForMessage(next, "emulator_state")["value"], i == 2 ? "paused" : "running");
+    if (i == 2) WaitForMessage(next, "stopped");
   }
   // The pause is still there; a handshake has no answer any more.
   ControlClient last(session.port);

@@ -78,7 +78,8 @@ TEST_P(Gdb, ResetsAndRunsAgain) {
       Commands(session,
                "break scaled;continue;monitor reset halt;maintenance flush register-cache;"
                "print $pc == (int)&reset_handler;print $msp == *(int*)0;continue;print value;"
-               "monitor speed 1000;monitor reset;load;continue;print value;monitor tea");
+               "monitor speed 1000;monitor reset;load;signal SIGSEGV;continue;print value;"
+               "monitor tea");
   EXPECT_THAT(shown, HasSubstr("current mode: Thread xPSR: 0x01000000 pc: 0x0800018c"));
   EXPECT_THAT(shown, ContainsRegex("\\$1 = 1\n\\$2 = 1\n"));
   EXPECT_THAT(shown, AllOf(HasSubstr("$3 = 0\n"), HasSubstr("$4 = 0\n")));
@@ -129,6 +130,17 @@ TEST(GdbSessions, ALostClientAndUnsupportedBreakpointsEndTheRun) {
   const ProcessResult run = hardware.orvo.Wait(kRunLimit);
   EXPECT_THAT(run.err, HasSubstr("ZANDOR GDB SERVER ERROR: Z command - unsupported type: 1\n"));
   EXPECT_EQ(run.exit_status, 3);
+}
+
+// For a GDB that asks the server for each step.
+TEST(GdbSessions, ASleepIsASingleStep) {
+  GdbSession session("sleep_and_reset");
+  const std::string shown = session.Gdb(
+      "find /h1 &main,+600,(short)0xbf20;break *$_;continue;set $wfe = (unsigned)$pc;"
+      "set $cycles = *(unsigned*)0xe0001004;stepi 12;print (unsigned)$pc > $wfe + 30;"
+      "print *(unsigned*)0xe0001004 - $cycles > 900;kill",
+      "set osabi none");
+  EXPECT_THAT(shown, ContainsRegex("\\$1 = 1\n\\$2 = 1\n"));
 }
 
 TEST(GdbSessions, StoppingAHundredTimesChangesNothing) {

@@ -71,16 +71,6 @@ TEST(Placement, InstalledTree) {
   ExpectRuns(prefix.path() / "moved" / "bin" / "orvo", prefix.path());
 }
 
-TEST(Placement, EveryPlatformHasADefaultBoard) {
-  for (const char* platform :
-       {"nrf52832", "nrf52840", "stm32f401", "stm32f407", "stm32f410", "stm32f411", "stm32f413",
-        "stm32f429", "stm32f446", "stm32l475", "stm32l476", "mk64fn1m0vll12"}) {
-    EXPECT_TRUE(fs::exists(fs::path(kSourceDirectory) / "sdk/zandor/platforms/default-boards" /
-                           (std::string(platform) + "_default_board.json")))
-        << platform;
-  }
-}
-
 TEST(Placement, WorkingDirectoryGetsNothingButZandor) {
   OrvoBench bench;
   bench.RunFirmware("clocks.bin");

@@ -125,22 +125,6 @@ TEST(RandomDataGenerator, StaysInItsRangeAndMovesOnAtEachRead) {
   EXPECT_LE(value, 1'000'100);
 }
 
-TEST(RandomDataGenerator, HoldsItsValueForOneInterval) {
-  GeneratorBench bench("RANDOM", R"({"min": 0, "max": 1000000000,
-      "timing": {"changeInterval": 1, "changeIntervalUnit": "us"}})");  // 64 ticks
-  const int first = bench.generator->GetNextInt32();
-  bench.mcu.clock().Tickrement(63);
-  EXPECT_EQ(bench.generator->GetNextInt32(), first);
-  bench.mcu.clock().Tickrement(1);
-  EXPECT_NE(bench.generator->GetNextInt32(), first);
-}
-
-TEST(SinDataGenerator, FollowsVirtualTimeAndNotTheReads) {
-  GeneratorBench bench("SIN", R"({"min": 10, "max": 20, "sinFrequency": 250000})");
-  bench.mcu.clock().Tickrement(64);  // a quarter of a period at 64 MHz
-  for (int i = 0; i < 3; ++i) EXPECT_NEAR(bench.generator->GetNextDouble(), 20, 1e-9);
-}
-
 TEST(DataGenerator, CachedValueBeforeTheFirstReadIsAnError) {
   GeneratorBench bench("CONSTANT", R"({"value": "2.5"})");
   EXPECT_EQ(bench.generator->GetCachedValueStr(), "");
@@ -168,15 +152,6 @@ TEST(FileDataGenerator, RepeatsFromTheTop) {
     directory.Write("data.txt", c.content);
     EXPECT_EQ(GeneratorBench("FILE", R"({"path": "data.txt"})").Read(c.reads), c.expected);
   }
-}
-
-TEST(FileDataGenerator, TimingPicksTheRecord) {
-  const WorkingDirectory directory;
-  directory.Write("data.txt", "!char-count:2\n10\n11\n12");
-  GeneratorBench bench("FILE", R"({"path": "data.txt",
-      "timing": {"changeInterval": 1, "changeIntervalUnit": "us"}})");
-  bench.mcu.clock().Tickrement(64 * 5);
-  EXPECT_THAT(bench.Read("II"), ElementsAre("12", "12"));
 }
 
 TEST(FileDataGenerator, NamesTheFileAndTheRecordThatHoldsNoNumber) {

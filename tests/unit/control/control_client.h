@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -49,6 +50,13 @@ class ControlClient {
   // No more from this side; the other goes on.
   void EndSending() { shutdown(socket_, SHUT_WR); }
 
+  // What is there, one byte at least; nothing as below.
+  std::string ReceiveSome() {
+    pollfd ready{socket_, POLLIN, 0};
+    char buffer[65536];
+    const long got = poll(&ready, 1, 30'000) < 1 ? 0 : recv(socket_, buffer, sizeof(buffer), 0);
+    return {buffer, static_cast<size_t>(std::max(got, 0l))};
+  }
   // Exactly that many bytes, fewer at the end of the stream or after 30 s without any.
   std::string ReceiveBytes(size_t count) {
     std::string bytes;

@@ -34,16 +34,6 @@ struct Bench : ControlBench {
   }
 };
 
-TEST(Peripheral, GeneratorsAreThoseThatTheComponentNames) {
-  Bench bench;
-  EXPECT_EQ(bench.device->GetDataGenerator("text")->GetNextString(), "two");
-  EXPECT_EQ(bench.device->GetDataGenerator("other"), nullptr);
-  for (const char* component : {"null", "{}", R"({"generators": null})"}) {
-    Peripheral plain(&bench.mcu, nlohmann::json::parse(component));
-    EXPECT_EQ(plain.GetDataGenerator("text"), nullptr) << component;
-  }
-}
-
 TEST(Peripheral, GetValueIsWhatTheModelReadLast) {
   Bench bench;
   EXPECT_EQ(bench.GetValue("count"), "");
@@ -62,13 +52,6 @@ TEST(Peripheral, SetValueStaysForThisFieldAlone) {
   EXPECT_EQ(bench.device->GetDataGenerator("count")->GetNextString(), "7");
   EXPECT_EQ(bench.device->GetDataGenerator("count")->GetNextInt32(), 7);
   EXPECT_EQ(bench.device->GetDataGenerator("same")->GetNextInt32(), 0);
-}
-
-TEST(Peripheral, SetValueCanFeedAFieldThatHadNoGeneratorAndOtherCommandsAreIgnored) {
-  Bench bench("{}");
-  bench.SetValue("new", "1");
-  bench.device->DoCommand({{"command", "dance"}});
-  EXPECT_EQ(bench.device->GetDataGenerator("new")->GetNextInt32(), 1);
 }
 
 TEST(Peripheral, RefusalsNameTheKey) {

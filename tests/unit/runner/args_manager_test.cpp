@@ -40,22 +40,6 @@ TEST(CommandLine, WithoutOptionsKeepsTheDefaults) {
   EXPECT_FALSE(args.dump_stream.good());
 }
 
-TEST(CommandLine, ShortOptionsLandInTheirFields) {
-  const auto parsed =
-      Parse({"word", "-c", "2", "-wgsy", "-t", "regs,functions", "-d", "dump", "-p", "0x200", "-k",
-             "3", "-o", "out", "-u", "-m", "NRF52840", "-i", "a.bin"});
-  const ArgsManager& args = *parsed;
-  EXPECT_EQ(args.capstone, 2u);
-  EXPECT_TRUE(args.wait_for_connection && args.gdb && args.sudo_mode && args.pty);
-  EXPECT_EQ(args.trace, "regs,functions");
-  EXPECT_EQ(args.input_dump, "dump");
-  EXPECT_EQ(args.pc_pos, 0x200u);
-  EXPECT_EQ(args.times, 3u);
-  EXPECT_EQ(args.output, "out");
-  EXPECT_EQ(args.mcu, "nrf52840");
-  EXPECT_EQ(args.image, "a.bin");
-}
-
 TEST(CommandLine, LongOptionsLandInTheirFields) {
   const WorkingDirectory directory;
   directory.Write("trace", "old");
@@ -102,6 +86,7 @@ TEST(CommandLine, LongOptionsLandInTheirFields) {
   EXPECT_EQ(args.sdk_port, 65535);
   EXPECT_EQ(args.vcd, "pins.vcd");
   EXPECT_EQ(args.trace, "interrupts");
+  args.EmptyTraceFile();
   args.trace_stream << "new" << std::flush;
   EXPECT_EQ(directory.Read("trace"), "new");
   EXPECT_EQ(args.input_dump, "dump");

@@ -25,15 +25,6 @@ struct ProgramLoad : testing::Test, ProgramBench {
   }
 };
 
-TEST_F(ProgramLoad, CopiesTheImageAndStartsAtItsVectors) {
-  Load(Image(kCounter));
-  EXPECT_EQ(program_len_, 0x44u) << "46 bytes, of which the last word begins at 0x44";
-  EXPECT_EQ(mcu.memory().get<false>(kCode), 0x30012000u);
-  EXPECT_EQ(mcu.memory().get<false>(0x48), 0xffffffffu) << "erased behind the image";
-  EXPECT_EQ(pc(), kCode + 1);
-  EXPECT_EQ(mcu.registers().sp(), kStackPointer);
-}
-
 TEST_F(ProgramLoad, HexImageMayFillOtherSectionsButNoneThatDoesNotExist) {
   constexpr char kProgram[] =
       ":080000000000012041000000"

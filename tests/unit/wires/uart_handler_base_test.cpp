@@ -13,21 +13,6 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(UartHandlerBase, TenBytesOfOneBlockBecomeVisibleOnePerWordTime) {
-  UartBench bench;
-  bench.Fill("0123456789");
-  EXPECT_TRUE(bench.uart.IsBufferEmpty());
-  for (unsigned n = 1; n <= 10; ++n) {
-    bench.Advance(UartBench::kWordTicks - 1);
-    EXPECT_EQ(bench.available, n - 1);
-    bench.Advance(1);
-    EXPECT_EQ(bench.available, n);
-  }
-  EXPECT_EQ(bench.TakeVisible(), "0123456789");
-  bench.Advance(2 * UartBench::kWordTicks);
-  EXPECT_EQ(bench.available, 10u);
-}
-
 TEST(UartHandlerBase, LateBlockQueuesBehindTheBytesOnTheLine) {
   UartBench bench;
   bench.Fill("ab");
@@ -105,25 +90,6 @@ TEST(UartHandlerBase, DetachedReceptionStandsStillUntilReset) {
   bench.Fill("c");
   bench.Advance(3 * UartBench::kWordTicks);
   EXPECT_EQ(bench.TakeVisible(), "abc");
-}
-
-TEST(UartHandlerBase, RunsTheCallbackAfterTheByteIsVisible) {
-  UartBench bench;
-  std::string taken;
-  UartHandlerBase* reader = nullptr;
-  UartHandlerBase uart(
-      &bench.mcu,
-      [&] {
-        unsigned char byte = 0;
-        while (!reader->IsBufferEmpty() && reader->GetByte(&byte)) taken += static_cast<char>(byte);
-      },
-      &bench.wires, UartHandlerBase::kNoWire, UartHandlerBase::kNoWire, "UART8");
-  reader = &uart;
-  uart.FillBuffer("xyz", 3);
-  for (const char* expected : {"x", "xy", "xyz"}) {
-    bench.Advance(UartBench::kWordTicks);
-    EXPECT_EQ(taken, expected);
-  }
 }
 
 // --- Wires -------------------------------------------------------------------------------------

@@ -11,18 +11,6 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(UartOutput, GoesToStandardOutputOnlyIfAskedFor) {
-  UartBench bench;
-  testing::internal::CaptureStdout();
-  bench.Send("lost");
-  bench.Option("");
-  bench.Send("kept");
-  bench.Option("word");  // without a colon the text says nothing
-  bench.Send("!");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "kept!");
-  EXPECT_EQ(bench.far_end.heard().size(), 9u);
-}
-
 TEST(UartOutput, HeldOutputComesOutInOnePiece) {
   UartBench bench;
   const TemporaryDirectory directory;
@@ -68,15 +56,6 @@ TEST(UartOutput, OnlyOneUartTakesATcpPort) {
               "UartHandlerBase: UART TCP is not supported for more than one UART");
   }
   EXPECT_EQ(MessageOf([&] { second.Option("tcp-port:0"); }), "");
-}
-
-TEST(UartOutput, TcpPortMustBeANumber) {
-  for (const char* port : {"abc", "", "12x", "65536", "-1"}) {
-    UartBench bench;
-    EXPECT_EQ(MessageOf([&] { bench.Option(std::string("tcp-port:") + port); }),
-              "UartHandlerBase: UART TCP port in invalid. Must be a number")
-        << port;
-  }
 }
 
 }  // namespace
