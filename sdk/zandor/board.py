@@ -8,7 +8,7 @@ import os
 import tempfile
 from pathlib import Path
 from types import TracebackType
-from typing import Any, Dict, List, Mapping, Optional, Sequence, Set, Tuple, Type, Union
+from typing import Any, Callable, Dict, List, Mapping, Optional, Sequence, Set, Tuple, Type, Union
 
 from .connection import Connection, ConnectionClosed
 from .devices import EXTERNAL, Button, Device
@@ -230,6 +230,13 @@ class Board:
         if pause:
             return self._session.add_trigger(pattern, callback)
         return self._session.watch(pattern, callback)
+
+    def on_i2c(self, callback: Callable[[Mapping[str, Any]], Optional[Mapping[str, Any]]]) -> None:
+        """Answers the devices "I2cMasterSdk" and "I2cSlaveSdk": the callback gets what happened on
+        the bus, told by "event_type". For "on_write" (with "data", a byte) it returns {"ack": True}
+        or False, for "on_read" also "response", the byte; otherwise nothing. It may not use the
+        board: the chip stands within an instruction."""
+        self._session.exchange.answer(lambda event: callback(event) or {})
 
     def cancel(self, callback: Union[Trigger, Timer]) -> None:
         """Ends what `on`, `Pin.on_change` or `call_after` began."""

@@ -49,10 +49,15 @@ class Exchange:
         self._host_timeout = host_timeout
         self._answers: Deque[_Answer] = deque()
         self._take_event: Callable[[Event], None] = lambda event: None
+        self._answer: Callable[[Message], Mapping[str, Any]] = lambda question: {}
 
     def listen(self, take_event: Callable[[Event], None]) -> None:
         """Hands over each event, in their order, when it is taken."""
         self._take_event = take_event
+
+    def answer(self, answer: Callable[[Message], Mapping[str, Any]]) -> None:
+        """Sets who answers what the simulator asks; the chip stands still meanwhile."""
+        self._answer = answer
 
     # ---- Sending ----
 
@@ -131,6 +136,8 @@ class Exchange:
             self._take_event(event)
         elif kind == "response":
             self._take_response(message)
+        elif kind == "command":
+            self._connection.send([{"type": "response", **self._answer(message)}])
 
     def _take_response(self, message: Message) -> None:
         if message.get("response") == "error":

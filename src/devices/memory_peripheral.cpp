@@ -11,18 +11,18 @@ namespace orvo {
 void MemoryPeripheral::DoCommand(const nlohmann::json& command) {
   const JsonPlace place(command, "command");
   const std::string& name = place[kCommand].String();
-  nlohmann::json reply{{kType, kResponse}};
   if (name == kSetRegisterValue) {
     SetRegister(place[kI2CAddress].Unsigned32(), place[kValue].Unsigned32());
-    reply[kResponse] = kOk;
+    SendOkResponse();
   } else if (name == kGetRegisterValue) {
-    reply[kDescription] = kValueResponse;
-    reply[kValue] = GetRegister(place[kI2CAddress].Unsigned32());
+    const nlohmann::json reply{{kType, kResponse},
+                               {kDescription, kValueResponse},
+                               {kValue, GetRegister(place[kI2CAddress].Unsigned32())}};
+    if (ConnectionManager* connection = mcu_->GetConnectionManager()) {
+      connection->SendJsonMessage(reply);
+    }
   } else {
-    return ExternalPeripheralLegacy::DoCommand(command);
-  }
-  if (ConnectionManager* connection = mcu_->GetConnectionManager()) {
-    connection->SendJsonMessage(reply);
+    ExternalPeripheralLegacy::DoCommand(command);
   }
 }
 

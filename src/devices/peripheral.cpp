@@ -58,6 +58,12 @@ void Peripheral::DoCommand(const nlohmann::json& command) {
   }
 }
 
+void Peripheral::SendOkResponse() const {
+  if (ConnectionManager* connection = mcu_->GetConnectionManager()) {
+    connection->SendJsonMessage({{kType, kResponse}, {kResponse, kOk}});
+  }
+}
+
 // What the device's model read last: asking doesn't advance the generator.
 void Peripheral::GetValue(const std::string& field) {
   DataGenerator* generator = GetDataGenerator(field);

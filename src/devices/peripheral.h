@@ -33,6 +33,9 @@ class Peripheral {
   DataGenerator* GetDataGenerator(const std::string& field);
 
  protected:
+  // The plain answer to a command that was carried out.
+  void SendOkResponse() const;
+
   Mcu* mcu_;
 
  private:

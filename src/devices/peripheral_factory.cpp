@@ -9,6 +9,8 @@
 #include "devices/adg1404.h"
 #include "devices/bme280.h"
 #include "devices/echo_spi_slave.h"
+#include "devices/i2c_master_peripheral_sdk.h"
+#include "devices/i2c_slave_peripheral_sdk.h"
 #include "devices/mock_i2c_device.h"
 #include "devices/peripheral.h"
 #include "devices/short.h"
@@ -45,8 +47,8 @@ constexpr DeviceClass kDeviceClasses[] = {
     {"IS25LP128",      kNotBuiltIn},
     {kSudo,            GetSudoPeripheral},
     {"Button",         Make<Button>},
-    {"I2cMasterSdk",   kNotBuiltIn},
-    {"I2cSlaveSdk",    kNotBuiltIn},
+    {"I2cMasterSdk",   Make<I2cMasterPeripheralSdk>},
+    {"I2cSlaveSdk",    Make<I2cSlavePeripheralSdk>},
     {"AnalogSensor",   Make<AnalogSensor>},
     {"Short",          Make<Short>},
     {"MockI2cDevice",  Make<MockI2CDevice>},

@@ -2,9 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "control/connection_manager.h"
 #include "control/protocol.h"
-#include "mcu/mcu.h"
 
 namespace orvo {
 
@@ -17,9 +15,7 @@ SimpleGpioPeripheral::SimpleGpioPeripheral(Mcu* mcu, WireManager& wires, const J
 void SimpleGpioPeripheral::DoCommand(const nlohmann::json& command) {
   const bool level = JsonPlace(command, "command")[kPinLevel].Level();
   wires_->SetWireLevel(wire_, level, wire_, false, nullptr, false);
-  if (ConnectionManager* connection = mcu_->GetConnectionManager()) {
-    connection->SendJsonMessage({{kType, kResponse}, {kResponse, kOk}});
-  }
+  SendOkResponse();
 }
 
 }  // namespace orvo

@@ -124,5 +124,57 @@ TEST(NrfTwi, WritesReadsAndRefusalsTakeTheTimeOfTheBus) {
               HasSubstr("Illegal frequency value: 104857600 in SpimTwimHandler::GetFrequency"));
 }
 
+// The client answers each question of the bus, which stands still meanwhile.
+TEST(NrfTwi, AClientIsTheMasterOfTwisAndADeviceOfTwim) {
+  OrvoBench bench;
+  bench.directory().Write("board.json", R"({"components": [
+      {"class": "I2cMasterSdk", "name": "host", "type": "Peripheral", "pins": {"sda": "P0_26"}},
+      {"class": "I2cSlaveSdk", "name": "device", "type": "Peripheral", "pins": {"sda": "P0_28"}}]})");
+  ChildProcess process = bench.Start(
+      {"-i", FirmwarePath("twi_client.bin"), "-u", "-w", "-p", kFirmwareDone, "-k", "1"});
+  ControlClient client(WaitForPort(bench));
+  Handshake(client);
+  WaitForMessage(client, "stopped");
+  const auto command = [&](const char* name, const char* text, nlohmann::json keys) {
+    keys.update({{"type", "command"},
+                 {"peripheral_type", "External"},
+                 {"peripheral_name", name},
+                 {"command", text}});
+    client.Send(keys);
+  };
+  RunFor(client, 100'000);  // until TWIS listens
+  command("host", "master_set_frequency", {{"i2c_frequency", 100'000}});
+  command("device", "set_device_address", {{"device_address", 0x42}});
+  command("host", "master_write", {{"address", 0x29}, {"data", {104, 105}}});
+  Resume(client);
+
+  std::vector<std::string> events;
+  for (nlohmann::json event; !(event = WaitForMessage(client, "i2c_event")).is_null();) {
+    const std::string type = event["event_type"];
+    std::string text = type;
+    for (const char* key : {"address", "write_index", "read_index", "data"}) {
+      if (event.contains(key)) text += " " + event[key].dump();
+    }
+    events.push_back(text);
+    const bool refused = event.value("write_index", 0) == 1 && event["data"] == 'b';
+    client.Send({{"type", "response"},
+                 {"response", 0xc0 + event.value("read_index", 0)},
+                 {"ack", !refused}});
+    if (type == "master_write_finished")
+      command("host", "master_read", {{"address", 0x29}, {"num_bytes_to_read", 3}});
+  }
+  EXPECT_THAT(events, testing::ElementsAre("master_write_finished",
+                                           "master_read_finished [97,98,99]", "on_write 66 0 97",
+                                           "on_write 66 1 98", "on_write 66 1 99", "on_stop_write",
+                                           "on_read 66 0", "on_read 66 1", "on_stop_read"));
+  const ProcessResult run = process.Wait(kRunLimit);
+  EXPECT_EQ(run.exit_status, 0) << run.err;
+  EXPECT_EQ(run.out,
+            "got hi, 2 bytes\n"
+            "gave 3 bytes\n"
+            "refused 1\n"
+            "device gives c0 c1\n");
+}
+
 }  // namespace
 }  // namespace orvo
