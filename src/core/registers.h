@@ -20,7 +20,7 @@ enum RegisterId : unsigned {
   kFpscr = 6,
   kLr = 10,
   kPc = 11,
-  kSp = 12,  // a placeholder: the stack pointer is banked, nothing is stored here
+  kSp = 12,  // read and written through its banks, kMsp and kPsp: nothing is stored here
   kD0 = 14,  // D0 to D15 alias two S registers each
   kD15 = 29,
   kFaultmask = 18,

@@ -1,7 +1,6 @@
 // Single-precision arithmetic, from machine code to S registers, FPSCR and CONTROL.
 
 #include <cmath>
-#include <random>
 
 #include "instructions/float_case.h"
 #include "runner/errors.h"
@@ -10,9 +9,9 @@ namespace orvo {
 namespace {
 
 constexpr unsigned kVadd = 0xee300a81, kVsub = 0xee300ac1, kVmul = 0xee200a81, kVdiv = 0xee800a81,
-                   kVmla = 0xee000a81, kVmls = 0xee000ac1, kVnmla = 0xee100ac1, kVnmls = 0xee100a81,
-                   kVnmul = 0xee200ac1, kVfma = 0xeea00a81, kVfms = 0xeea00ac1, kVfnma = 0xee900ac1,
-                   kVfnms = 0xee900a81, kVabs = 0xeeb00ae0, kVneg = 0xeeb10a60, kVsqrt = 0xeeb10ae0;
+                   kVmla = 0xee000a81, kVmls = 0xee000ac1, kVnmls = 0xee100a81, kVfma = 0xeea00a81,
+                   kVfms = 0xeea00ac1, kVfnma = 0xee900ac1, kVfnms = 0xee900a81, kVabs = 0xeeb00ae0,
+                   kVneg = 0xeeb10a60, kVsqrt = 0xeeb10ae0;
 
 // clang-format off
 const FloatCase kArithmetic[] = {
